@@ -1,0 +1,50 @@
+#ifndef MIVOQT_P_H
+#define MIVOQT_P_H
+
+#include <QAtomicInt>
+#include <QByteArray>
+#include <QDebug>
+#include <QMetaMethod>
+#include <QString>
+
+/** @file
+ * Everything in which the three generations of Qt differ as far as this library is concerned. No
+ * other file asks for Qt's version.
+ */
+
+/** The current value, with acquire semantics. */
+inline int mivoLoadAcquire(const QAtomicInt& value)
+{
+#if QT_VERSION >= 0x050000
+    return value.loadAcquire();
+#else
+    return value;
+#endif
+}
+
+/**
+ * Writes @p text between double quotes and otherwise unchanged, as Qt 4.8 does; later generations
+ * escape it, or leave the quotes out, depending on the stream's settings, which stay as they are.
+ * In space mode a blank follows, as after every piece.
+ */
+inline void mivoWriteQuoted(QDebug& dbg, const QString& text)
+{
+#if QT_VERSION >= 0x050000
+    const QDebugStateSaver saver(dbg);
+    dbg.nospace().noquote() << QString(QLatin1Char('"') + text + QLatin1Char('"'));
+#else
+    dbg << text;
+#endif
+}
+
+/** The normalised signature of @p method, "echo(MivoPlugin*,QList<MivoArg>&)" for instance. */
+inline QByteArray mivoMethodSignature(const QMetaMethod& method)
+{
+#if QT_VERSION >= 0x050000
+    return method.methodSignature();
+#else
+    return method.signature();
+#endif
+}
+
+#endif
