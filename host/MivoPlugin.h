@@ -1,0 +1,50 @@
+#ifndef MIVOPLUGIN_H
+#define MIVOPLUGIN_H
+
+#include "MivoArg.h"
+#include "MivoHostGlobal.h"
+
+#include <QObject>
+
+class MivoHost;
+
+/** The interface that plug-ins are built against; a host loads only those that were built for its
+ * own. */
+#define MIVO_PLUGIN_INTERFACE 1
+#define MivoPlugin_iid "MivoPlugin/1"
+
+/**
+ * The base of all plug-ins.
+ *
+ * A plug-in is a QObject that lives in the thread which the host gives it, together with what it
+ * creates there. Its slots of the two shapes
+ *
+ *     void slot(MivoPlugin* sender, QList<MivoArg>& arguments);   // a synchronous call: answers in
+ * place void slot(QList<MivoArg>& arguments);                       // an action: nothing is
+ * answered
+ *
+ * can be called by name. A synchronous call runs in the plug-in's own thread, an action in the
+ * dispatcher's. What a slot throws is caught by the host and written to its log.
+ */
+class MIVO_HOST_EXPORT MivoPlugin : public QObject
+{
+    Q_OBJECT
+
+public:
+    explicit MivoPlugin(QObject* parent = nullptr);
+    ~MivoPlugin() override;
+
+    /** The name under which other plug-ins find this one; the name of the class by default. */
+    virtual QString name() const;
+    /** The plug-in's own version; empty by default. */
+    virtual QString version() const;
+    /**
+     * Called once, in the plug-in's thread, after all plug-ins of the host have been loaded.
+     * Returns whether the plug-in can work; the host drops it otherwise. True by default.
+     */
+    virtual bool initialise(MivoHost& host);
+    /** Called once, in the plug-in's thread, before it ends. Does nothing by default. */
+    virtual void shutdown();
+};
+
+#endif

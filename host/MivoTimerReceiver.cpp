@@ -1,0 +1,3 @@
+#include "MivoTimerReceiver.h"
+
+MivoTimerReceiver::~MivoTimerReceiver() = default;

@@ -1,0 +1,9 @@
+#include "MivoWaitEvent.h"
+
+MivoWaitEvent::MivoWaitEvent(QEvent::Type type, MivoWait* answeredWait)
+    : QEvent(type)
+    , wait(answeredWait)
+{
+}
+
+MivoWaitEvent::~MivoWaitEvent() = default;

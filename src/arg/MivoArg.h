@@ -1,0 +1,148 @@
+#ifndef MIVOARG_H
+#define MIVOARG_H
+
+#include "MivoGlobal.h"
+
+#include <QList>
+#include <QString>
+#include <QStringList>
+
+class MivoArgPrivate;
+class MivoPlugin;
+class MivoPluginAction;
+
+/**
+ * The tagged variant in which every argument and result of a call between plug-ins travels.
+ *
+ * A value has one of 29 kinds for life and is read by the accessor of exactly that kind: nothing is
+ * widened, narrowed, parsed or formatted. Copies share one immutable record; copying costs one
+ * atomic increment, and the value is freed with the last copy. Copies may be read, copied and
+ * destroyed in different threads at once; one MivoArg object that is assigned in one thread must
+ * not be used in another at the same time. The pointer kinds keep the address alone: what they
+ * point to is never copied, owned or freed.
+ *
+ * Every constructor that makes a value throws the std::runtime_error of mivo_oom() when an
+ * allocation fails. Every accessor throws that of mivo_conversion() when the value is of another
+ * kind, and leaves the value as it is.
+ */
+class MIVO_DATA_EXPORT MivoArg
+{
+public:
+    enum Type {
+        None = 0,
+        Char = 1,
+        UChar = 2,
+        Int = 3,
+        UInt = 4,
+        Int64 = 5,
+        UInt64 = 6,
+        Float = 7,
+        Double = 8,
+        String = 9,
+        StringList = 10,
+        Bool = 11,
+        Pointer = 12,
+        PointerList = 13,
+        Plugin = 14,
+        Field = 15,
+        FieldList = 16,
+        XmlNode = 17,
+        Buddy = 18,
+        BuddyResource = 19,
+        Account = 20,
+        PluginAction = 21,
+        Presence = 22,
+        GuiEventsReceiver = 23,
+        VideoClip = 24,
+        ArgList = 25,
+        Service = 26,
+        ServiceList = 27,
+        Undefined = 28, ///< made by no constructor
+
+        /** Never a kind. Makes the type 32 bits wide, so that any number can be stored. */
+        MaximumType = 0x7fffffff
+    };
+
+    /** The empty value, of kind None. */
+    MivoArg();
+    // The conversions are implicit on purpose: a plug-in writes its arguments as they are.
+    MivoArg(const char& value);
+    MivoArg(const unsigned char& value);
+    MivoArg(const int& value);
+    MivoArg(const unsigned int& value);
+    MivoArg(const long long& value);
+    MivoArg(const unsigned long long& value);
+    MivoArg(const float& value);
+    MivoArg(const double& value);
+    MivoArg(const QString& value);
+    MivoArg(const QStringList& value);
+    MivoArg(const bool& value);
+    MivoArg(void* value);
+    MivoArg(const QList<void*>& value);
+    MivoArg(MivoPlugin* value);
+    MivoArg(const MivoPluginAction& value);
+    MivoArg(const QList<MivoArg>& value);
+    /** Not a kind: a string literal, like any pointer to const, would otherwise become a Bool. */
+    MivoArg(const void*) = delete;
+
+    MivoArg(const MivoArg& other);
+    /** Takes @p other's record, which leaves @p other empty. */
+    MivoArg(MivoArg&& other) noexcept;
+    ~MivoArg();
+
+    /**
+     * Shares @p other's record. An empty value takes any kind; a value that has a kind takes that
+     * kind only, and throws the conversion error from @p other's kind to its own otherwise, also
+     * when
+     * @p other is empty. Returns a copy, on purpose not a reference.
+     */
+    MivoArg operator=(const MivoArg& other);
+
+    /**
+     * Whether both are copies of one value, or of one kind with equal contents. NaN equals only its
+     * own copies. Two separately made values of the kinds GuiEventsReceiver, VideoClip, ArgList,
+     * Service and ServiceList are never equal. Never throws.
+     */
+    bool operator==(const MivoArg& other) const;
+    bool operator!=(const MivoArg& other) const;
+
+    Type getType() const;
+    /** The name of the kind as mivo_arg_type() gives it, but a null string for the empty value. */
+    QString getTypeName() const;
+
+    char toChar() const;
+    unsigned char toUChar() const;
+    int toInt() const;
+    unsigned int toUInt() const;
+    long long toInt64() const;
+    unsigned long long toUInt64() const;
+    float toFloat() const;
+    double toDouble() const;
+    QString toString() const;
+    QStringList toStringList() const;
+    bool toBool() const;
+    void* toPointer() const;
+    QList<void*> toPointerList() const;
+    MivoPlugin* toPlugin() const;
+    MivoPluginAction toPluginAction() const;
+    QList<MivoArg> toArgList() const;
+
+    /** Exchanges the records, whatever the kinds: unlike three assignments, this never throws. */
+    friend void swap(MivoArg& a, MivoArg& b) noexcept
+    {
+        MivoArgPrivate* const record = a.d;
+        a.d = b.d;
+        b.d = record;
+    }
+
+private:
+    friend class MivoArgPrivate;
+    MivoArgPrivate* d;
+};
+
+Q_DECLARE_TYPEINFO(MivoArg, Q_MOVABLE_TYPE);
+
+/** "MivoArg::" and the name of the kind; "MivoArg::Unknown" for a number that is no kind. */
+MIVO_DATA_EXPORT QString mivo_arg_type(MivoArg::Type type);
+
+#endif

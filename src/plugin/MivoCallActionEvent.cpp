@@ -1,0 +1,15 @@
+#include "MivoCallActionEvent.h"
+
+QObject* MivoCallActionEvent::dispatcher = nullptr;
+
+MivoCallActionEvent::MivoCallActionEvent(MivoPlugin* calledPlugin,
+                                         MivoPluginAction::Member calledMember,
+                                         const QList<MivoArg>& callArguments)
+    : QEvent(static_cast<QEvent::Type>(EventType))
+    , plugin(calledPlugin)
+    , member(calledMember)
+    , arguments(callArguments)
+{
+}
+
+MivoCallActionEvent::~MivoCallActionEvent() = default;

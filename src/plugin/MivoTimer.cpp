@@ -1,0 +1,58 @@
+#include "MivoTimer.h"
+
+#include "MivoTimerReceiver.h"
+#include "MivoTimer_p.h"
+
+#include <QTimer>
+
+MivoTimer::MivoTimer()
+    : d(nullptr)
+{
+}
+
+void MivoTimer::startTimer(MivoTimerReceiver* receiver, int ms, QString name)
+{
+    d = new MivoTimerPrivate;
+    d->startTimer(receiver, ms, name);
+}
+
+void MivoTimer::stopTimer()
+{
+    if (d)
+        d->stopTimer();
+}
+
+MivoTimerPrivate::MivoTimerPrivate()
+    : receiver(nullptr)
+    , timer(nullptr)
+{
+}
+
+MivoTimerPrivate::~MivoTimerPrivate() = default;
+
+void MivoTimerPrivate::startTimer(MivoTimerReceiver* calledReceiver, int ms, QString timerName)
+{
+    if (!calledReceiver)
+        return;
+    receiver = calledReceiver;
+    name = timerName;
+    timer = new QTimer;
+    connect(timer, SIGNAL(timeout()), this, SLOT(timeout()));
+    timer->start(ms);
+}
+
+void MivoTimerPrivate::stopTimer()
+{
+    delete timer;
+    timer = nullptr;
+    deleteLater();
+}
+
+void MivoTimerPrivate::timeout()
+{
+    // The call-back may run an event loop of its own, in which the QTimer goes on ticking. The
+    // QTimer is left to itself from here on: only stopTimer() deletes it.
+    disconnect(timer, nullptr, this, nullptr);
+    receiver->onTimer(name);
+    deleteLater();
+}
