@@ -10,6 +10,7 @@
 class MivoArgPrivate;
 class MivoPlugin;
 class MivoPluginAction;
+class QDebug;
 
 /**
  * The tagged variant in which every argument and result of a call between plug-ins travels.
@@ -144,5 +145,11 @@ Q_DECLARE_TYPEINFO(MivoArg, Q_MOVABLE_TYPE);
 
 /** "MivoArg::" and the name of the kind; "MivoArg::Unknown" for a number that is no kind. */
 MIVO_DATA_EXPORT QString mivo_arg_type(MivoArg::Type type);
+
+/** Prints "MivoArg::" and the name; nothing but the former for VideoClip, ServiceList and no kind.
+ */
+MIVO_DATA_EXPORT QDebug operator<<(QDebug dbg, MivoArg::Type type);
+/** Prints "MivoArg(KIND: VALUE)". The stream is in space mode afterwards. */
+MIVO_DATA_EXPORT QDebug operator<<(QDebug dbg, const MivoArg& arg);
 
 #endif

@@ -1,0 +1,113 @@
+#include "MivoArg.h"
+#include "MivoDebug_p.h"
+#include "MivoPluginAction.h"
+#include "MivoQt_p.h"
+
+#include <QDebug>
+
+namespace {
+
+void writeNumber(QDebug& dbg, const QString& digits)
+{
+    dbg << digits.toLatin1().constData();
+}
+
+void writePointer(QDebug& dbg, const void* pointer)
+{
+    dbg << pointer;
+}
+
+void writeArg(QDebug& dbg, const MivoArg& arg)
+{
+    dbg << arg;
+}
+
+/** What stands between the parentheses; the kinds that are left out print nothing. */
+void writeValue(QDebug& dbg, const MivoArg& arg)
+{
+    switch (arg.getType()) {
+    case MivoArg::None:
+        dbg << "None";
+        break;
+    case MivoArg::Char:
+        dbg << "Char: " << arg.toChar();
+        break;
+    case MivoArg::UChar:
+        dbg << "UChar: " << static_cast<unsigned int>(arg.toUChar());
+        break;
+    case MivoArg::Int:
+        dbg << "Int: " << arg.toInt();
+        break;
+    case MivoArg::UInt:
+        dbg << "UInt: " << arg.toUInt();
+        break;
+    case MivoArg::Int64:
+        dbg << "Int64: ";
+        writeNumber(dbg, QString::number(arg.toInt64(), 10));
+        break;
+    case MivoArg::UInt64:
+        dbg << "UInt64: ";
+        writeNumber(dbg, QString::number(arg.toUInt64(), 10));
+        break;
+    case MivoArg::Float:
+        dbg << "Float: " << arg.toFloat();
+        break;
+    case MivoArg::Double:
+        dbg << "Double: " << arg.toDouble();
+        break;
+    case MivoArg::String:
+        dbg << "String: ";
+        mivoWriteQuoted(dbg, arg.toString());
+        break;
+    case MivoArg::StringList:
+        dbg << "StringList: ";
+        mivoWriteList(dbg, arg.toStringList(), mivoWriteQuoted);
+        break;
+    case MivoArg::Bool:
+        dbg << "Bool: " << arg.toBool();
+        break;
+    case MivoArg::Pointer:
+        dbg << "Pointer: ";
+        writePointer(dbg, arg.toPointer());
+        break;
+    case MivoArg::PointerList:
+        dbg << "PointerList: ";
+        mivoWriteList(dbg, arg.toPointerList(), writePointer);
+        break;
+    case MivoArg::Plugin:
+        dbg << "Plugin: ";
+        // Not as the QObject that it is, which Qt would print by class and name.
+        writePointer(dbg, static_cast<const void*>(arg.toPlugin()));
+        break;
+    case MivoArg::PluginAction:
+        dbg << "PluginAction: argument count: " << arg.toPluginAction().getActionData().count();
+        break;
+    case MivoArg::ArgList:
+        dbg << "ArgList: ";
+        mivoWriteList(dbg, arg.toArgList(), writeArg);
+        break;
+    default:
+        break;
+    }
+}
+
+} // namespace
+
+QDebug operator<<(QDebug dbg, MivoArg::Type type)
+{
+    const bool isPrinted = type != MivoArg::VideoClip && type != MivoArg::ServiceList
+        && type >= MivoArg::None && type <= MivoArg::Undefined;
+    if (isPrinted)
+        dbg.nospace() << mivo_arg_type(type).toLatin1().constData();
+    else
+        dbg.nospace() << "MivoArg::";
+    return dbg.space();
+}
+
+QDebug operator<<(QDebug dbg, const MivoArg& arg)
+{
+    dbg.nospace() << "MivoArg(";
+    writeValue(dbg, arg);
+    dbg.nospace() << ")";
+    return dbg.space();
+}
