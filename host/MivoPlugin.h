@@ -45,6 +45,30 @@ public:
     virtual bool initialise(MivoHost& host);
     /** Called once, in the plug-in's thread, before it ends. Does nothing by default. */
     virtual void shutdown();
+
+    /** The names of the slots that can be called synchronously, in order of declaration. */
+    QStringList callSlots() const;
+    /** The names of the slots that can be run as actions, in order of declaration. */
+    QStringList actionSlots() const;
+
+    /**
+     * Calls the synchronous slot whose name is the first of @p arguments with the others. Never
+     * throws: the answer is the Bool true and the arguments as the slot left them, or the Bool
+     * false and the String of what went wrong.
+     */
+    void callByName(MivoPlugin* sender, QList<MivoArg>& arguments);
+    /**
+     * Runs the action slot whose name is the first of @p arguments with the others. Throws what the
+     * slot throws, and a std::invalid_argument when there is no such slot.
+     */
+    void runByName(QList<MivoArg>& arguments);
+
+private:
+    friend class MivoHost;
+
+    // What the host posts to the plug-in's thread around its life.
+    void initialiseInThread(MivoPlugin* sender, QList<MivoArg>& arguments);
+    void shutdownInThread(MivoPlugin* sender, QList<MivoArg>& arguments);
 };
 
 #endif

@@ -9,10 +9,10 @@
  */
 
 /**
- * Writes @p list in the manner of Qt 4.8: "(", the elements with ", " between them, ")". Each element
- * is written by @p writeElement(QDebug&, const element&). The stream is in space mode afterwards,
- * for which a blank is written; an element that ends in space mode itself puts its successors
- * into it, so that every later piece is followed by a blank too.
+ * Writes @p list in the manner of Qt 4.8: "(", the elements with ", " between them, ")". Each
+ * element is written by @p writeElement(QDebug&, const element&). The stream is in space mode
+ * afterwards, for which a blank is written; an element that ends in space mode itself puts its
+ * successors into it, so that every later piece is followed by a blank too.
  */
 template <class List, class WriteElement>
 void mivoWriteList(QDebug& dbg, const List& list, WriteElement writeElement)

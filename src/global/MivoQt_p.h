@@ -6,6 +6,11 @@
 #include <QDebug>
 #include <QMetaMethod>
 #include <QString>
+#include <QVariant>
+
+#if QT_VERSION >= 0x050000
+#include <QJsonObject>
+#endif
 
 /** @file
  * Everything in which the three generations of Qt differ as far as this library is concerned. No
@@ -44,6 +49,21 @@ inline QByteArray mivoMethodSignature(const QMetaMethod& method)
     return method.methodSignature();
 #else
     return method.signature();
+#endif
+}
+
+/**
+ * The metadata that @p loader, a QPluginLoader, finds in its file without loading the code. Empty
+ * on Qt 4.8, whose plug-ins carry none.
+ */
+template <class PluginLoader>
+QVariantMap mivoPluginMetaData(const PluginLoader& loader)
+{
+#if QT_VERSION >= 0x050000
+    return loader.metaData().toVariantMap();
+#else
+    Q_UNUSED(loader)
+    return QVariantMap();
 #endif
 }
 

@@ -15,7 +15,8 @@ inline void tAtomicAttach(T* record)
         record->ref.ref();
 }
 
-/** Takes one handle from @p record and deletes it with the last one; a null record is left alone. */
+/** Takes one handle from @p record and deletes it with the last one; a null record is left alone.
+ */
 template <class T>
 inline void tAtomicDetach(T* record)
 {

@@ -1,0 +1,87 @@
+#ifndef MIVOHOST_H
+#define MIVOHOST_H
+
+#include "MivoArg.h"
+#include "MivoHostGlobal.h"
+#include "MivoPluginAction.h"
+
+#include <stdexcept>
+
+class MivoDispatcher;
+class MivoHostPrivate;
+class MivoPlugin;
+class MivoPluginThread;
+
+/** A call by name that could not be made, or whose slot threw: the message says which and why. */
+class MIVO_HOST_EXPORT MivoHostError : public std::runtime_error
+{
+public:
+    explicit MivoHostError(const QString& message);
+    MivoHostError(const MivoHostError& other);
+    ~MivoHostError() noexcept override;
+
+    QString message() const;
+};
+
+/**
+ * A plain host of plug-ins: a thread with the dispatcher of posted actions, and a thread for each
+ * plug-in. It is what plug-ins are written, run and tested with outside the messenger.
+ *
+ * One host at a time. It is made, filled, started and destroyed in one thread, in which a
+ * QCoreApplication exists. From start() to shutdown() the other functions may be called from any
+ * thread, the plug-ins' own included. Plug-ins and threads belong to the host.
+ */
+class MIVO_HOST_EXPORT MivoHost
+{
+public:
+    MivoHost();
+    /** Shuts down. */
+    ~MivoHost();
+
+    /**
+     * Loads the plug-in in @p fileName; to be called before start(). Returns null when it is
+     * refused, with one sentence on the reason in @p error. Its code stays loaded until the process
+     * ends.
+     */
+    MivoPlugin* load(const QString& fileName, QString* error = nullptr);
+    /** Takes over a plug-in that was made in this process; to be called before start(). */
+    void add(MivoPlugin* plugin);
+
+    /**
+     * Starts all threads, then initialises the plug-ins in the order they were loaded, each in its
+     * own thread. Returns false, with one sentence in @p error, when one of them could not: the
+     * host must then be shut down.
+     */
+    bool start(QString* error = nullptr);
+    /**
+     * Delivers the actions that have been posted, then shuts the plug-ins down in the opposite
+     * order, each in its own thread, deletes them and ends the threads. Nothing of the host may be
+     * used afterwards. Does nothing the second time.
+     */
+    void shutdown();
+
+    /** In the order they were loaded. */
+    QList<MivoPlugin*> plugins() const;
+    /** The first plug-in of that MivoPlugin::name(), null when there is none. */
+    MivoPlugin* findPlugin(const QString& name) const;
+    /** The thread of one of the host's plug-ins, null for any other. */
+    MivoPluginThread* threadOf(const MivoPlugin* plugin) const;
+    MivoDispatcher* dispatcher() const;
+
+    /**
+     * Calls a slot by name in the plug-in's own thread and returns the arguments as the slot left
+     * them. Throws a MivoHostError when there is no such slot, when the thread is not running, or
+     * when the slot threw, and MivoCallSlotTimeoutException after 30000 ms without an answer.
+     */
+    QList<MivoArg> call(MivoPlugin* target, const QString& slot, const QList<MivoArg>& arguments,
+                        MivoPlugin* sender = nullptr) const;
+    /** An action that runs a slot by name; throws a MivoHostError when there is no such slot. */
+    MivoPluginAction action(MivoPlugin* target, const QString& slot,
+                            const QList<MivoArg>& arguments) const;
+
+private:
+    Q_DISABLE_COPY(MivoHost)
+    MivoHostPrivate* d;
+};
+
+#endif
