@@ -1,0 +1,52 @@
+#ifndef COMMANDS_H
+#define COMMANDS_H
+
+#include <MivoArg.h>
+#include <MivoHost.h>
+
+#include <stdexcept>
+
+/** A command line that the command does not understand: exit status 2 and the command's usage. */
+class UsageError : public std::runtime_error
+{
+public:
+    explicit UsageError(const QString& message)
+        : std::runtime_error(message.toStdString())
+    {
+    }
+};
+
+/** A command that could not do its work: exit status 1. */
+class Failure : public std::runtime_error
+{
+public:
+    explicit Failure(const QString& message)
+        : std::runtime_error(message.toStdString())
+    {
+    }
+};
+
+/**
+ * A command of mivo-host. `run` gets what follows the command's name, throws a UsageError, or
+ * anything else that derives from std::exception when the command fails.
+ */
+struct Command
+{
+    const char* name;
+    const char* parameters;
+    const char* help;
+    void (*run)(const QStringList& arguments);
+};
+
+/** All commands, in the order in which the usage lists them. */
+const QList<Command>& commands();
+
+/** Loads the plug-in in @p file into @p host; throws a Failure with the reason. */
+MivoPlugin* loadPlugin(MivoHost& host, const QString& file);
+/** Starts @p host; throws a Failure with the reason. */
+void startHost(MivoHost& host);
+
+/** The command "demo". */
+void runDemo(const QStringList& arguments);
+
+#endif
