@@ -329,6 +329,8 @@ bool MivoArg::operator==(const MivoArg& other) const
         return true;
     if (getType() != other.getType())
         return false;
+    if (!d || !other.d)
+        return true; // a record of kind None, and no record
     const KindOperations* const kind = operationsOf(getType());
     return kind && kind->equal(d->data, other.d->data);
 }
