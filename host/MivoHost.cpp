@@ -163,7 +163,11 @@ void MivoHost::shutdown()
 
     for (int i = d->members.size() - 1; i >= 0; --i) {
         const Member member = d->members.at(i);
-        if (!d->isStarted) {
+        if (!member.thread->isRunning()) {
+            if (d->isStarted)
+                MivoHostLog::write(
+                    QString::fromLatin1("%1: its thread has ended before its shutdown")
+                        .arg(member.plugin->name()));
             delete member.plugin;
             delete member.thread;
             continue;

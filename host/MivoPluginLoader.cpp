@@ -63,6 +63,8 @@ MivoPluginLoader::~MivoPluginLoader() = default;
 MivoPlugin* MivoPluginLoader::load()
 {
     error.clear();
+    if (loader.isLoaded())
+        return qobject_cast<MivoPlugin*>(loader.instance());
     QString found = checkFile();
     if (found.isEmpty()) {
         loader.setFileName(QFileInfo(name).absoluteFilePath());

@@ -1,0 +1,243 @@
+#include <QtTest>
+
+namespace {
+
+struct Outcome
+{
+    int status;
+    QString out;
+    QString error;
+};
+
+Outcome mivoHost(const QStringList& arguments)
+{
+    QProcess process;
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert("LC_ALL", "C");
+    process.setProcessEnvironment(environment);
+    process.start(MIVO_HOST, arguments);
+    if (!process.waitForFinished(60000))
+        return {-1, QString(), "has not ended in time"};
+    return {process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -2,
+            QString::fromUtf8(process.readAllStandardOutput()),
+            QString::fromUtf8(process.readAllStandardError())};
+}
+
+const QString echo = ECHO_PLUGIN;
+const QString fixtures = QString(FIXTURES) + '/';
+
+} // namespace
+
+/** mivo-host as its user sees it: exit status, standard output and standard error. */
+class MivoHostCommandTest : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void callPrintsTheAnswer();
+    void callFailsWithOneSentence_data();
+    void callFailsWithOneSentence();
+    void aFileThatIsNoPluginIsRefused_data();
+    void aFileThatIsNoPluginIsRefused();
+    void wrongUsageShowsTheUsageOfTheCommand_data();
+    void wrongUsageShowsTheUsageOfTheCommand();
+    void helpIsShownOnRequest_data();
+    void helpIsShownOnRequest();
+    void actionIsDelivered();
+    void pluginsShowsTheGoodOnesAndReportsTheOthers();
+    void demoRunsThroughAllSteps();
+};
+
+void MivoHostCommandTest::callPrintsTheAnswer()
+{
+    const Outcome outcome = mivoHost(
+        {"call", echo, "echo", "list:[int:1,string:a]", QString::fromUtf8("string:h\xc3\xa9llo"),
+         "uint64:18446744073709551615", "stringlist:a,b", "bool:true", "double:0.1"});
+    QCOMPARE(outcome.error, QString());
+    QCOMPARE(outcome.out,
+             QString::fromUtf8("MivoArg(ArgList: (MivoArg(Int: 1) ,  MivoArg(String: \"a\") )  ) \n"
+                               "MivoArg(String: \"h\xc3\xa9llo\") \n"
+                               "MivoArg(UInt64: 18446744073709551615) \n"
+                               "MivoArg(StringList: (\"a\", \"b\") ) \n"
+                               "MivoArg(Bool: true) \n"
+                               "MivoArg(Double: 0.1) \n"));
+    QCOMPARE(outcome.status, 0);
+}
+
+void MivoHostCommandTest::callFailsWithOneSentence_data()
+{
+    QTest::addColumn<QStringList>("arguments");
+    QTest::addColumn<QString>("sentence");
+    QTest::newRow("the slot throws")
+        << QStringList({"fail", "string:boom"}) << "echo: fail failed: boom";
+    QTest::newRow("a wrong kind")
+        << QStringList({"sum", "string:x"})
+        << "echo: sum failed: MivoArg: cannot convert MivoArg::String to MivoArg::Int";
+    QTest::newRow("an overflow") << QStringList({"sum", "int:2147483647", "int:1"})
+                                 << "echo: sum failed: the sum does not fit an Int";
+    QTest::newRow("no such slot") << QStringList({"nosuch"})
+                                  << "echo has no slot \"nosuch\"; expected one of: echo, sum, "
+                                     "takeLong, fail, startTimer, firedTimers, "
+                                     "thread, recorded";
+}
+
+void MivoHostCommandTest::callFailsWithOneSentence()
+{
+    QFETCH(QStringList, arguments);
+    QFETCH(QString, sentence);
+    const Outcome outcome = mivoHost(QStringList({"call", echo}) + arguments);
+    QCOMPARE(outcome.error, "mivo-host call: " + sentence + '\n');
+    QCOMPARE(outcome.out, QString());
+    QCOMPARE(outcome.status, 1);
+}
+
+void MivoHostCommandTest::aFileThatIsNoPluginIsRefused_data()
+{
+    QTest::addColumn<QString>("file");
+    QTest::addColumn<QString>("found");
+    QTest::newRow("missing") << "/no/such/file.so"
+                             << "no such file";
+    QTest::newRow("text") << __FILE__ << "a file that is no shared object";
+    QTest::newRow("no plug-in") << fixtures + "noplugin.so"
+                                << "a shared object that is no Qt plug-in";
+    QTest::newRow("unstamped") << fixtures + "unstamped.so"
+                               << "a plug-in without a stamp";
+    QTest::newRow("interface") << fixtures + "otherinterface.so"
+                               << "a plug-in for interface 99";
+    QTest::newRow("symbol") << fixtures + "undefinedsymbol.so"
+                            << "a plug-in that cannot be loaded";
+}
+
+void MivoHostCommandTest::aFileThatIsNoPluginIsRefused()
+{
+    QFETCH(QString, file);
+    QFETCH(QString, found);
+    const Outcome outcome = mivoHost({"call", file, "echo"});
+    QVERIFY2(outcome.error.startsWith("mivo-host call: " + file + ": found " + found),
+             qPrintable(outcome.error));
+    QVERIFY2(outcome.error.contains("; needed: a plug-in made by mivo_add_plugin()"),
+             qPrintable(outcome.error));
+    QCOMPARE(outcome.error.count('\n'), 1);
+    QCOMPARE(outcome.status, 1);
+}
+
+void MivoHostCommandTest::wrongUsageShowsTheUsageOfTheCommand_data()
+{
+    QTest::addColumn<QStringList>("arguments");
+    QTest::addColumn<QString>("begin");
+    QTest::newRow("no command")
+        << QStringList()
+        << "mivo-host: found no command; expected one\nusage: mivo-host COMMAND [ARGUMENT...]\n";
+    QTest::newRow("no such command") << QStringList("dance")
+                                     << "mivo-host: found the command \"dance\"; expected one of "
+                                        "these\nusage: mivo-host COMMAND [ARGUMENT...]\n";
+    QTest::newRow("plugins") << QStringList("plugins")
+                             << "mivo-host plugins: found 0 arguments; expected at least one "
+                                "FILE\nusage: mivo-host plugins FILE...\n";
+    QTest::newRow("call") << QStringList({"call", echo})
+                          << "mivo-host call: found 1 arguments; expected FILE and SLOT\nusage: "
+                             "mivo-host call FILE SLOT [KIND:VALUE...]\n";
+    QTest::newRow("call with a wrong value")
+        << QStringList({"call", echo, "echo", "int:x"})
+        << "mivo-host call: int:x: position 5: found \"x\"; expected a whole number from "
+           "-2147483648 to 2147483647\n"
+           "usage: mivo-host call FILE SLOT [KIND:VALUE...]\n";
+    QTest::newRow("a wrong value before a wrong file")
+        << QStringList({"call", "/no/such/file", "echo", "int:x"})
+        << "mivo-host call: int:x: position 5: ";
+    QTest::newRow("action") << QStringList("action")
+                            << "mivo-host action: found 0 arguments; expected FILE and "
+                               "SLOT\nusage: mivo-host action FILE SLOT";
+    QTest::newRow("demo") << QStringList({"demo", "a", "b"})
+                          << "mivo-host demo: found 2 arguments; expected";
+}
+
+void MivoHostCommandTest::wrongUsageShowsTheUsageOfTheCommand()
+{
+    QFETCH(QStringList, arguments);
+    QFETCH(QString, begin);
+    const Outcome outcome = mivoHost(arguments);
+    QVERIFY2(outcome.error.startsWith(begin), qPrintable(outcome.error));
+    QCOMPARE(outcome.out, QString());
+    QCOMPARE(outcome.status, 2);
+}
+
+void MivoHostCommandTest::helpIsShownOnRequest_data()
+{
+    QTest::addColumn<QStringList>("arguments");
+    QTest::addColumn<QString>("begin");
+    QTest::newRow("itself") << QStringList("--help") << "usage: mivo-host COMMAND [ARGUMENT...]\n";
+    for (const char* command : {"plugins", "call", "action", "demo"}) {
+        QTest::newRow(command) << QStringList({command, "--help"})
+                               << QString("usage: mivo-host %1 ").arg(command);
+    }
+}
+
+void MivoHostCommandTest::helpIsShownOnRequest()
+{
+    QFETCH(QStringList, arguments);
+    QFETCH(QString, begin);
+    const Outcome outcome = mivoHost(arguments);
+    QVERIFY2(outcome.out.startsWith(begin), qPrintable(outcome.out));
+    QCOMPARE(outcome.error, QString());
+    QCOMPARE(outcome.status, 0);
+}
+
+void MivoHostCommandTest::actionIsDelivered()
+{
+    Outcome outcome = mivoHost({"action", echo, "record", "int:1"});
+    QVERIFY2(outcome.out.contains("[main      ] posted\n"), qPrintable(outcome.out));
+    QVERIFY2(outcome.out.contains("[dispatcher] delivered to echo\n"), qPrintable(outcome.out));
+    QCOMPARE(outcome.error, QString());
+    QCOMPARE(outcome.status, 0);
+
+    outcome = mivoHost({"action", echo, "failLater"});
+    QCOMPARE(outcome.error,
+             QString("mivo-host: echo: an action failed: failLater was asked to fail\n"
+                     "mivo-host action: the action failed\n"));
+    QCOMPARE(outcome.status, 1);
+}
+
+void MivoHostCommandTest::pluginsShowsTheGoodOnesAndReportsTheOthers()
+{
+    const Outcome outcome = mivoHost({"plugins", fixtures + "unstamped.so", echo, echo});
+    QVERIFY2(outcome.out.startsWith(echo + ": echo 0.1.0\n  calls:   echo, sum,"),
+             qPrintable(outcome.out));
+    QVERIFY2(outcome.out.contains("\n  actions: record, failLater\n"), qPrintable(outcome.out));
+    QVERIFY2(outcome.error.contains("unstamped.so: found a plug-in without a stamp;"),
+             qPrintable(outcome.error));
+    QVERIFY2(outcome.error.contains("echo.so: found a plug-in that is loaded already;"),
+             qPrintable(outcome.error));
+    QCOMPARE(outcome.status, 1);
+}
+
+void MivoHostCommandTest::demoRunsThroughAllSteps()
+{
+    const Outcome outcome = mivoHost({"demo"});
+    int from = 0;
+    for (const char* step : {
+             "[main      ] loaded echo 0.1.0 from ",
+             "[main      ] started the thread of the dispatcher and the thread \"echo\" of the "
+             "plug-in\n",
+             "[main      ] bound an action to the slot record",
+             "[dispatcher] delivered the action to echo\n",
+             "[main      ] the plug-in has recorded MivoArg(ArgList: (MivoArg(String: \"hello\") , "
+             " MivoArg(Int: 42) )  )",
+             "it ran in the thread \"echo\" while this one waited\n",
+             "toInt() of the answer is 42\n",
+             "is refused: MivoArg: cannot convert MivoArg::Int to MivoArg::String\n",
+             "echo: fail failed: out of coffee\n",
+             "the timer \"tea\" has fired in the plug-in's thread\n",
+             "[main      ] shut down: all threads have ended\n",
+         }) {
+        const int at = int(outcome.out.indexOf(step, from));
+        QVERIFY2(at >= 0,
+                 qPrintable(QString("missing after %1: %2\n%3").arg(from).arg(step, outcome.out)));
+        from = at;
+    }
+    QCOMPARE(outcome.error, QString());
+    QCOMPARE(outcome.status, 0);
+}
+
+QTEST_GUILESS_MAIN(MivoHostCommandTest)
+#include "tst_mivohost_command.moc"
