@@ -3,6 +3,7 @@
 #include "MivoHost.h"
 #include "MivoHostLog.h"
 #include "MivoQt_p.h"
+#include "MivoService.h"
 
 #include <stdexcept>
 
@@ -70,6 +71,11 @@ bool MivoPlugin::initialise(MivoHost&)
 
 void MivoPlugin::shutdown()
 {
+}
+
+QList<MivoService> MivoPlugin::services() const
+{
+    return QList<MivoService>();
 }
 
 QStringList MivoPlugin::callSlots() const

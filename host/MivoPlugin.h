@@ -7,6 +7,7 @@
 #include <QObject>
 
 class MivoHost;
+class MivoService;
 
 /** The interface that plug-ins are built against; a host loads only those that were built for its
  * own. */
@@ -45,6 +46,8 @@ public:
     virtual bool initialise(MivoHost& host);
     /** Called once, in the plug-in's thread, before it ends. Does nothing by default. */
     virtual void shutdown();
+    /** What the plug-in offers to its users; nothing by default. */
+    virtual QList<MivoService> services() const;
 
     /** The names of the slots that can be called synchronously, in order of declaration. */
     QStringList callSlots() const;

@@ -7,6 +7,7 @@
 #include <MivoHostLog.h>
 #include <MivoPlugin.h>
 #include <MivoPluginThread.h>
+#include <MivoService.h>
 
 #include <QAtomicInt>
 
@@ -43,6 +44,9 @@ void describe(const QString& file, const MivoPlugin& plugin)
     Console::out(QString("%1: %2 %3").arg(file, plugin.name(), plugin.version()).trimmed());
     Console::out(QString("  calls:   %1").arg(orNone(plugin.callSlots())));
     Console::out(QString("  actions: %1").arg(orNone(plugin.actionSlots())));
+    const QList<MivoService> services = plugin.services();
+    for (const MivoService& service : services)
+        Console::out(QString("  service: %1").arg(debugText(service).trimmed()));
 }
 
 void runPlugins(const QStringList& files)

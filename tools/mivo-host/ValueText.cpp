@@ -1,6 +1,5 @@
 #include "ValueText.h"
 
-#include <QDebug>
 #include <QLocale>
 #include <QVector>
 
@@ -300,11 +299,4 @@ int ValueTextError::position() const
 MivoArg valueFromText(const QString& text)
 {
     return ValueParser(text).parse();
-}
-
-QString debugText(const MivoArg& value)
-{
-    QString text;
-    QDebug(&text) << value;
-    return text;
 }

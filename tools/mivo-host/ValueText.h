@@ -3,6 +3,8 @@
 
 #include <MivoArg.h>
 
+#include <QDebug>
+
 #include <stdexcept>
 
 /**
@@ -42,7 +44,13 @@ private:
 /** The value that @p text stands for; throws a ValueTextError. */
 MivoArg valueFromText(const QString& text);
 
-/** What the debug printer makes of @p value. */
-QString debugText(const MivoArg& value);
+/** What the debug printer of @p value writes. */
+template <class T>
+QString debugText(const T& value)
+{
+    QString text;
+    QDebug(&text) << value;
+    return text;
+}
 
 #endif

@@ -1,0 +1,62 @@
+#include "MivoService.h"
+
+#include "MivoQt_p.h"
+
+MivoService::MivoService() = default;
+
+MivoService::MivoService(const QString& serviceName, const QString& serviceDisplayName,
+                         const QString& serviceProtocol, const MivoPluginAction& serviceAction)
+    : name(serviceName)
+    , displayName(serviceDisplayName)
+    , protocol(serviceProtocol)
+    , action(serviceAction)
+{
+}
+
+MivoService::MivoService(const MivoService&) = default;
+MivoService::~MivoService() = default;
+MivoService& MivoService::operator=(const MivoService&) = default;
+
+bool MivoService::operator==(const MivoService& other) const
+{
+    return name == other.name && protocol == other.protocol;
+}
+
+bool MivoService::operator!=(const MivoService& other) const
+{
+    return !(*this == other);
+}
+
+bool MivoService::isValid() const
+{
+    return !name.isEmpty();
+}
+
+QString MivoService::getName() const
+{
+    return name;
+}
+
+QString MivoService::getDisplayName() const
+{
+    return displayName;
+}
+
+QString MivoService::getProtocol() const
+{
+    return protocol;
+}
+
+MivoPluginAction MivoService::getAction() const
+{
+    return action;
+}
+
+QDebug operator<<(QDebug dbg, const MivoService& service)
+{
+    dbg.nospace() << "name=";
+    mivoWriteQuoted(dbg, service.getName());
+    dbg << " protocol=";
+    mivoWriteQuoted(dbg, service.getProtocol());
+    return dbg.space();
+}
