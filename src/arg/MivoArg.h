@@ -29,7 +29,8 @@ class QDebug;
 class MIVO_DATA_EXPORT MivoArg
 {
 public:
-    enum Type {
+    /** The kinds. Any 32-bit number can be stored; one that is no kind has the name "Unknown". */
+    enum Type : int {
         None = 0,
         Char = 1,
         UChar = 2,
@@ -58,10 +59,7 @@ public:
         ArgList = 25,
         Service = 26,
         ServiceList = 27,
-        Undefined = 28, ///< made by no constructor
-
-        /** Never a kind. Makes the type 32 bits wide, so that any number can be stored. */
-        MaximumType = 0x7fffffff
+        Undefined = 28 ///< made by no constructor
     };
 
     /** The empty value, of kind None. */
