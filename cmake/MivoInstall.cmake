@@ -64,6 +64,7 @@ else()
     set(c mivo_core)
     if(TARGET mivo_xml)
         list(APPEND c mivo_xml)
+        set(x mivo_xml)
     endif()
     mivo_install_libraries(companions Companions ${c})
     mivo_install_pkgconfig(companions mivo_core
@@ -74,7 +75,7 @@ else()
         REQUIRES ${mivo_pc_qt}Core ${mivo_pc_qt}Xml)
     mivo_install_pkgconfig(data mivo_data
         DESCRIPTION "${PROJECT_DESCRIPTION}"
-        REQUIRES ${mivo_pc_qt}Core mivo_xml
+        REQUIRES ${mivo_pc_qt}Core ${x}
         PRIVATE mivo_core)
 endif()
 

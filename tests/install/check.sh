@@ -1,0 +1,131 @@
+#!/usr/bin/env bash
+# check.sh STEP QT SOURCE WORK: one step of the install test for one generation of Qt (6 or 5), in the
+# folder WORK. The step `library` comes first; the others use the prefix that it leaves, WORK/moved.
+
+set -euo pipefail
+
+step=$1
+qt=$2
+source_dir=$3
+work=$4
+consumer=$source_dir/tests/install/consumer
+moved=$work/moved
+
+fail() {
+    printf 'install.qt%s.%s: %s\n' "$qt" "$step" "$*" >&2
+    exit 1
+}
+
+pkg_config() {
+    PKG_CONFIG_PATH=$moved/lib/pkgconfig pkg-config "$@"
+}
+
+# configure FOLDER OPTION...: a build of the project.
+configure() {
+    local folder=$1
+    shift
+    cmake -G Ninja -S "$source_dir" -B "$folder" -DMIVO_QT_MAJOR="$qt" -DCMAKE_INSTALL_LIBDIR=lib \
+        "$@"
+}
+
+# build_consumer FOLDER PREFIXES: builds the outside project and runs the host in it.
+build_consumer() {
+    rm -rf "$1"
+    cmake -G Ninja -S "$consumer" -B "$1" -DCMAKE_PREFIX_PATH="$2"
+    cmake --build "$1"
+    run_consumer "$1/consumer"
+}
+
+# run_consumer PROGRAM: the host says what it is expected to say.
+run_consumer() {
+    diff -u "$consumer/expected.txt" <("$1") || fail "$1 printed something else than expected"
+}
+
+# A release build, installed and then moved; nothing in the prefix remembers where it was.
+step_library() {
+    mkdir -p "$work"
+    rm -rf "$work/first" "$moved"
+    configure "$work/build" -DCMAKE_BUILD_TYPE=Release -DMIVO_BUILD_TESTS=OFF \
+        -DMIVO_BUILD_EXAMPLES=OFF -DCMAKE_INSTALL_PREFIX="$work/first"
+    cmake --build "$work/build"
+    cmake --install "$work/build" >/dev/null
+    mv "$work/first" "$moved"
+    ! grep -rlF -e "$work" -e "$source_dir" "$moved" || fail "these files name a folder of the build"
+}
+
+# Every header of the project is installed and compiles alone, without a warning.
+step_headers() {
+    local header flags
+    diff <(find "$source_dir"/{companion,src,host} -name '*.h' -printf '%f\n' | sort) \
+        <(cd "$moved/include/mivo" && printf '%s\n' *.h | sort) \
+        || fail "the installed headers are not those of the project"
+    read -ra flags < <(pkg_config --cflags mivo_host | sed 's| -I/usr| -isystem /usr|g')
+    for header in "$moved"/include/mivo/*.h; do
+        c++ -std=c++17 -fsyntax-only -Wall -Wextra -Wpedantic -Wshadow -Werror "${flags[@]}" \
+            -x c++ - <<<"#include <${header##*/}>" || fail "${header##*/} does not compile alone"
+    done
+}
+
+# Every library has its soname, needs no library that it must not know, and exports what is the
+# project's own only.
+step_symbols() {
+    local library name foreign version
+    version=$(pkg_config --modversion mivo_data)
+    for library in "$moved"/lib/libmivo_*.so; do
+        name=${library##*/}
+        [[ $(readlink -f "$library") == "$moved/lib/$name.$version" ]] \
+            || fail "$library does not lead to version $version"
+        readelf -d "$library" | grep -q "SONAME.*\[$name.${version%%.*}\]" \
+            || fail "$library has another soname"
+        foreign=$(nm -DC --defined-only "$library" | cut -c20- | grep -Ev \
+            -e '^((non-)?virtual thunk to |guard variable for )?Mivo[A-Za-z]*(::|\()' \
+            -e '^(vtable|typeinfo|typeinfo name) for Mivo' \
+            -e '^(mivo_[a-z_]+|qHash|operator<<|swap|buddyLessThan|groupLessThan)\(.*' \
+            -e '^qt_plugin_' || true)
+        [[ -z $foreign ]] || fail "$library exports what is not the project's:" "$foreign"
+    done
+    ! readelf -d "$moved/lib/libmivo_data.so" | grep NEEDED | grep -E 'mivo_host|Gui|Widgets' \
+        || fail "libmivo_data needs a library that it must not know"
+}
+
+step_cmake() {
+    build_consumer "$work/consumer" "$moved"
+    # The installed command loads the plug-in, in whose stamp it finds its own library and Qt.
+    "$moved/bin/mivo-host" call "$work/consumer/greeter.so" greet string:world \
+        | grep -F 'Hello, world!' || fail "the plug-in did not greet"
+    rm -rf "$work/refused"
+    if cmake -S "$consumer" -B "$work/refused" -DCMAKE_PREFIX_PATH="$moved" \
+            -DMIVO_COMPONENTS=Nonsense &>"$work/refused.log"; then
+        fail "a component that does not exist was found"
+    fi
+}
+
+step_pkgconfig() {
+    local flags
+    read -ra flags < <(pkg_config --cflags --libs mivo_host)
+    c++ -std=c++17 -Wall -Wextra "$consumer/main.cpp" "${flags[@]}" \
+        -Wl,-rpath,"$(pkg_config --variable=libdir mivo_host)" -o "$work/consumer_pkgconfig"
+    run_consumer "$work/consumer_pkgconfig"
+}
+
+# The library on companions that were installed beforehand into a prefix of their own: it passes its
+# tests, and what is installed of it is used together with them.
+step_companions() {
+    local companions=$work/companions build=$work/build_on_companions beside=$work/beside
+    rm -rf "$companions" "$beside"
+    cmake --install "$work/build" --component companions --prefix "$companions" >/dev/null
+    # What a closed library brings along: headers and shared objects, nothing for CMake.
+    rm -rf "$companions/lib/cmake" "$companions/lib/pkgconfig"
+
+    configure "$build" -DCMAKE_BUILD_TYPE=Debug -DCMAKE_CXX_FLAGS_DEBUG=-O0 \
+        -DMIVO_USE_INSTALLED_COMPANIONS=ON -DCMAKE_PREFIX_PATH="$companions"
+    cmake --build "$build"
+    [[ -z $(find "$build" -name 'libmivo_core*' -o -name 'libmivo_xml*') ]] \
+        || fail "the stand-ins were built"
+    ctest --test-dir "$build" --output-on-failure -j 2 --label-regex unit
+
+    cmake --install "$build" --prefix "$beside" >/dev/null
+    build_consumer "$work/consumer_on_companions" "$beside;$companions"
+}
+
+"step_$step"
