@@ -161,7 +161,7 @@ void MivoHost::shutdown()
     d->dispatcherThread.quit();
     d->dispatcherThread.wait();
 
-    for (int i = d->members.size() - 1; i >= 0; --i) {
+    for (int i = int(d->members.size()) - 1; i >= 0; --i) {
         const Member member = d->members.at(i);
         if (!member.thread->isRunning()) {
             if (d->isStarted)

@@ -9,7 +9,7 @@
 
 namespace {
 
-QMutex mutex;
+QMutex mutex; // clazy:exclude=non-pod-global-static, it lives as long as the process
 MivoHostLog::Writer currentWriter = nullptr;
 
 } // namespace

@@ -309,7 +309,7 @@ MivoArg::~MivoArg()
     tAtomicDetach(d);
 }
 
-MivoArg MivoArg::operator=(const MivoArg& other)
+MivoArg MivoArg::operator=(const MivoArg& other) // NOLINT(misc-unconventional-assign-operator)
 {
     if (d && other.getType() != getType())
         throw conversionError(other.getType(), getType());

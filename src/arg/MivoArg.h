@@ -95,7 +95,7 @@ public:
      * when
      * @p other is empty. Returns a copy, on purpose not a reference.
      */
-    MivoArg operator=(const MivoArg& other);
+    MivoArg operator=(const MivoArg& other); // NOLINT(misc-unconventional-assign-operator)
 
     /**
      * Whether both are copies of one value, or of one kind with equal contents. NaN equals only its

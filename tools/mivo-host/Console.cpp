@@ -9,7 +9,7 @@
 
 namespace {
 
-QMutex mutex;
+QMutex mutex; // clazy:exclude=non-pod-global-static, it lives as long as the process
 
 void writeLine(std::FILE* file, const QString& line)
 {

@@ -190,11 +190,10 @@ private:
             ++pos;
         ++depth;
         const bool isEmpty = inBrackets ? atCharacter(']') : pos >= text.size();
-        while (!isEmpty) {
+        if (!isEmpty) {
             parseItem();
-            if (!atCharacter(','))
-                break;
-            ++pos;
+            for (; atCharacter(','); parseItem())
+                ++pos;
         }
         --depth;
         if (inBrackets) {
@@ -243,6 +242,7 @@ private:
         const qulonglong address = piece.text.mid(2).toULongLong(&ok, 16);
         if (!piece.text.startsWith("0x") || !ok || address > std::numeric_limits<quintptr>::max())
             fail(piece.start, quoted(piece.text), "an address such as 0x1f");
+        // NOLINTNEXTLINE(performance-no-int-to-ptr): an address is what was asked for
         return reinterpret_cast<void*>(static_cast<quintptr>(address));
     }
 
