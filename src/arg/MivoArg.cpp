@@ -3,7 +3,9 @@
 #include "MivoArg_p.h"
 #include "MivoCore.h"
 #include "MivoPluginAction.h"
+#include "MivoService.h"
 #include "MivoShared_p.h"
+#include "MivoVideoClip.h"
 
 #include <array>
 #include <memory>
@@ -64,19 +66,38 @@ constexpr Kind<T> container(const char* name, Equality equal = byValue<T>)
 }
 
 /** The one table of kinds, in the order of MivoArg::Type. */
+// clang-format off
 constexpr auto kindTable = std::make_tuple(
-    leaf<NoValue>("None", always), leaf<char>("Char"), leaf<unsigned char>("UChar"),
-    leaf<int>("Int"), leaf<unsigned int>("UInt"), leaf<long long>("Int64"),
-    leaf<unsigned long long>("UInt64"), leaf<float>("Float"), leaf<double>("Double"),
-    leaf<QString>("String"), leaf<QStringList>("StringList"), leaf<bool>("Bool"),
-    leaf<void*>("Pointer"), leaf<QList<void*>>("PointerList"), leaf<MivoPlugin*>("Plugin"),
-    leaf<NoValue>("Field", never), leaf<NoValue>("FieldList", never),
-    leaf<NoValue>("XmlNode", never), leaf<NoValue>("Buddy", never),
-    leaf<NoValue>("BuddyResource", never), leaf<NoValue>("Account", never),
-    container<MivoPluginAction>("PluginAction"), leaf<NoValue>("Presence", never),
-    leaf<NoValue>("GuiEventsReceiver", never), leaf<NoValue>("VideoClip", never),
-    container<QList<MivoArg>>("ArgList", never), leaf<NoValue>("Service", never),
-    leaf<NoValue>("ServiceList", never), leaf<NoValue>("Undefined", never));
+    leaf<NoValue>("None", always),
+    leaf<char>("Char"),
+    leaf<unsigned char>("UChar"),
+    leaf<int>("Int"),
+    leaf<unsigned int>("UInt"),
+    leaf<long long>("Int64"),
+    leaf<unsigned long long>("UInt64"),
+    leaf<float>("Float"),
+    leaf<double>("Double"),
+    leaf<QString>("String"),
+    leaf<QStringList>("StringList"),
+    leaf<bool>("Bool"),
+    leaf<void*>("Pointer"),
+    leaf<QList<void*>>("PointerList"),
+    leaf<MivoPlugin*>("Plugin"),
+    leaf<NoValue>("Field", never),
+    leaf<NoValue>("FieldList", never),
+    leaf<NoValue>("XmlNode", never),
+    leaf<NoValue>("Buddy", never),
+    leaf<NoValue>("BuddyResource", never),
+    leaf<MivoAccountConnection*>("Account"),
+    container<MivoPluginAction>("PluginAction"),
+    leaf<NoValue>("Presence", never),
+    leaf<MivoGuiEventsReceiver*>("GuiEventsReceiver", never),
+    leaf<MivoVideoClip>("VideoClip", never),
+    container<QList<MivoArg>>("ArgList", never),
+    container<MivoService>("Service", never),
+    container<QList<MivoService>>("ServiceList", never),
+    leaf<NoValue>("Undefined", never));
+// clang-format on
 
 template <MivoArg::Type K>
 using Held = typename std::tuple_element_t<K, decltype(kindTable)>::Held;
@@ -282,13 +303,38 @@ MivoArg::MivoArg(MivoPlugin* value)
 {
 }
 
+MivoArg::MivoArg(MivoAccountConnection* value)
+    : d(makeRecord<Account>(value))
+{
+}
+
 MivoArg::MivoArg(const MivoPluginAction& value)
     : d(makeRecord<PluginAction>(value))
 {
 }
 
+MivoArg::MivoArg(MivoGuiEventsReceiver* value)
+    : d(makeRecord<GuiEventsReceiver>(value))
+{
+}
+
+MivoArg::MivoArg(const MivoVideoClip& value)
+    : d(makeRecord<VideoClip>(value))
+{
+}
+
 MivoArg::MivoArg(const QList<MivoArg>& value)
     : d(makeRecord<ArgList>(value))
+{
+}
+
+MivoArg::MivoArg(const MivoService& value)
+    : d(makeRecord<Service>(value))
+{
+}
+
+MivoArg::MivoArg(const QList<MivoService>& value)
+    : d(makeRecord<ServiceList>(value))
 {
 }
 
@@ -420,14 +466,39 @@ MivoPlugin* MivoArg::toPlugin() const
     return valueOf<Plugin>(*this);
 }
 
+MivoAccountConnection* MivoArg::toAccount() const
+{
+    return valueOf<Account>(*this);
+}
+
 MivoPluginAction MivoArg::toPluginAction() const
 {
     return valueOf<PluginAction>(*this);
 }
 
+MivoGuiEventsReceiver* MivoArg::toGuiEventsReceiver() const
+{
+    return valueOf<GuiEventsReceiver>(*this);
+}
+
+MivoVideoClip MivoArg::toVideoClip() const
+{
+    return valueOf<VideoClip>(*this);
+}
+
 QList<MivoArg> MivoArg::toArgList() const
 {
     return valueOf<ArgList>(*this);
+}
+
+MivoService MivoArg::toService() const
+{
+    return valueOf<Service>(*this);
+}
+
+QList<MivoService> MivoArg::toServiceList() const
+{
+    return valueOf<ServiceList>(*this);
 }
 
 QString mivo_arg_type(MivoArg::Type type)

@@ -7,9 +7,13 @@
 #include <QString>
 #include <QStringList>
 
+class MivoAccountConnection;
 class MivoArgPrivate;
+class MivoGuiEventsReceiver;
 class MivoPlugin;
 class MivoPluginAction;
+class MivoService;
+struct MivoVideoClip;
 class QDebug;
 
 /**
@@ -79,8 +83,13 @@ public:
     MivoArg(void* value);
     MivoArg(const QList<void*>& value);
     MivoArg(MivoPlugin* value);
+    MivoArg(MivoAccountConnection* value);
     MivoArg(const MivoPluginAction& value);
+    MivoArg(MivoGuiEventsReceiver* value);
+    MivoArg(const MivoVideoClip& value);
     MivoArg(const QList<MivoArg>& value);
+    MivoArg(const MivoService& value);
+    MivoArg(const QList<MivoService>& value);
     /** Not a kind: a string literal, like any pointer to const, would otherwise become a Bool. */
     MivoArg(const void*) = delete;
 
@@ -123,8 +132,13 @@ public:
     void* toPointer() const;
     QList<void*> toPointerList() const;
     MivoPlugin* toPlugin() const;
+    MivoAccountConnection* toAccount() const;
     MivoPluginAction toPluginAction() const;
+    MivoGuiEventsReceiver* toGuiEventsReceiver() const;
+    MivoVideoClip toVideoClip() const;
     QList<MivoArg> toArgList() const;
+    MivoService toService() const;
+    QList<MivoService> toServiceList() const;
 
     /** Exchanges the records, whatever the kinds: unlike three assignments, this never throws. */
     friend void swap(MivoArg& a, MivoArg& b) noexcept

@@ -2,6 +2,7 @@
 #include "MivoDebug_p.h"
 #include "MivoPluginAction.h"
 #include "MivoQt_p.h"
+#include "MivoService.h"
 
 #include <QDebug>
 
@@ -79,12 +80,19 @@ void writeValue(QDebug& dbg, const MivoArg& arg)
         // Not as the QObject that it is, which Qt would print by class and name.
         writePointer(dbg, static_cast<const void*>(arg.toPlugin()));
         break;
+    case MivoArg::Account:
+        dbg << "Account: ";
+        writePointer(dbg, arg.toAccount());
+        break;
     case MivoArg::PluginAction:
         dbg << "PluginAction: argument count: " << arg.toPluginAction().getActionData().count();
         break;
     case MivoArg::ArgList:
         dbg << "ArgList: ";
         mivoWriteList(dbg, arg.toArgList(), writeArg);
+        break;
+    case MivoArg::Service:
+        dbg << "Service: " << arg.toService();
         break;
     default:
         break;
