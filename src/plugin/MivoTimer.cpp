@@ -50,9 +50,9 @@ void MivoTimerPrivate::stopTimer()
 
 void MivoTimerPrivate::timeout()
 {
-    // The call-back may run an event loop of its own, in which the QTimer goes on ticking. The
-    // QTimer is left to itself from here on: only stopTimer() deletes it.
+    // An event loop that starts before the deletion below is served keeps it waiting, and the
+    // QTimer ticks in that loop. It is left to itself from here on: only stopTimer() deletes it.
     disconnect(timer, nullptr, this, nullptr);
-    receiver->onTimer(name);
+    receiver->onTimer(QString(name));
     deleteLater();
 }
