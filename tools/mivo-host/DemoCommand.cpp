@@ -40,7 +40,7 @@ void waitForTimer(const MivoHost& host, MivoPlugin* plugin, const QString& name)
 {
     QElapsedTimer elapsed;
     elapsed.start();
-    while (!host.call(plugin, "firedTimers", {}).first().toStringList().contains(name)) {
+    while (!host.call(plugin, "firedTimers", {}).at(0).toStringList().contains(name)) {
         if (elapsed.elapsed() > patienceMs)
             throw Failure(
                 QString("the timer %1 has not fired within %2 ms").arg(name).arg(patienceMs));
@@ -83,7 +83,7 @@ void runDemo(const QStringList& arguments)
         throw Failure(QString("the action has not been delivered within %1 ms").arg(patienceMs));
     Console::say("the plug-in has recorded " + joined(host.call(plugin, "recorded", {})));
 
-    const QString thread = host.call(plugin, "thread", {}).first().toString();
+    const QString thread = host.call(plugin, "thread", {}).at(0).toString();
     Console::say(
         QString("called the slot thread: it ran in the thread \"%1\" while this one waited")
             .arg(thread));
