@@ -1,0 +1,124 @@
+#ifndef MIVOXMLNODE_H
+#define MIVOXMLNODE_H
+
+#include <QByteArray>
+#include <QDomElement>
+#include <QList>
+#include <QSharedDataPointer>
+#include <QString>
+
+#ifdef MIVO_XML_BUILD
+#define MIVO_XML_EXPORT Q_DECL_EXPORT
+#else
+#define MIVO_XML_EXPORT Q_DECL_IMPORT
+#endif
+
+class MivoXmlDocuments;
+class QDebug;
+
+/**
+ * Stand-in for the messenger's XML library: a handle to an element of an XML document.
+ *
+ * Copies refer to the same element, so a change through one handle is seen through all; an element
+ * lives as long as a handle to it or to its document does. Handles may be used in every thread, but
+ * those to one document in only one thread at a time; documents between which elements have been
+ * moved count as one. Every operation is safe on a null handle: getters answer null strings, null
+ * handles and empty lists, the others do nothing.
+ *
+ * Text is kept as it is given. Names must be XML names, with at most one colon: what is given
+ * another name is not made.
+ */
+class MIVO_XML_EXPORT MivoXmlNode
+{
+public:
+    /** A null handle. */
+    MivoXmlNode();
+    /**
+     * A new element, the last child of @p parent or, when that is null or a null handle, the root
+     * of a document of its own. A @p name that is no XML name, such as the empty one, makes a null
+     * handle.
+     */
+    explicit MivoXmlNode(const QString& name, MivoXmlNode* parent = nullptr);
+    MivoXmlNode(const MivoXmlNode& other);
+    MivoXmlNode& operator=(const MivoXmlNode& other);
+    ~MivoXmlNode();
+
+    /** Whether both handles refer to the same element, or both are null. */
+    bool operator==(const MivoXmlNode& other) const;
+    bool operator!=(const MivoXmlNode& other) const;
+
+    bool isNull() const;
+    /** Whether the element has character data of its own, be it white space alone. */
+    bool hasData() const;
+
+    QString name() const;
+
+    /** The text of the attribute @p name; a null string when there is none, never for an empty one.
+     */
+    QString getAttribute(const QString& name) const;
+    /** Adds or replaces an attribute; nothing happens when @p name is no XML name. */
+    void setAttribute(const QString& name, const QString& value);
+    void setAttribute(const QString& name, int value);
+    void setAttribute(const QString& name, unsigned int value);
+    /**
+     * Writes 15 to 17 significant digits, as few of them as read back as the same value, in the C
+     * locale; "inf", "-inf" and "nan" for what has no digits.
+     */
+    void setAttribute(const QString& name, double value);
+
+    /**
+     * The character data of the element, pieces between its children joined; that of the children
+     * is not part of it. Empty, but not null, for an element without any.
+     */
+    QString getData() const;
+    /** Adds @p data behind all that the element holds; an empty text adds nothing. */
+    void insertData(const QString& data);
+
+    /** The first child element of that name, a null handle when there is none. */
+    MivoXmlNode getChild(const QString& name) const;
+    /** The child elements in document order. */
+    QList<MivoXmlNode> getChildNodes() const;
+    /** Appends a new element and answers it; a null handle when @p name is no XML name. */
+    MivoXmlNode addChild(const QString& name);
+    /**
+     * Makes @p child the last child, taken from wherever it was, another document included: all
+     * handles to it stay valid. Nothing happens when it is this element or holds it.
+     */
+    void appendChild(const MivoXmlNode& child);
+
+    /**
+     * The element as well-formed UTF-8 without an XML declaration, the same bytes in every run:
+     * attributes are sorted by name, and what XML cannot carry (control characters, lone
+     * surrogates, U+FFFE and U+FFFF) becomes U+FFFD. Elements that hold elements only are laid out
+     * in lines,
+     * @p indent blanks (at most 16) deeper at each level, with a line end behind the last; with a
+     * negative @p indent all is written without a break. Empty for a null handle.
+     */
+    QByteArray toXml(int indent = 2) const;
+
+    /**
+     * Reads a document that is at most 256 elements deep and has no document type declaration.
+     * parse(node.toXml()) gives back every name and text that XML can carry. White space between
+     * elements that have no other text beside them is layout and dropped, unless the element holds
+     * a CDATA section; so are comments and processing instructions.
+     *
+     * On failure answers a null handle and sets @p error to a message that begins with "line L,
+     * column C: ", both counted from 1; on success sets it to a null string.
+     */
+    static MivoXmlNode parse(const QByteArray& xml, QString* error = nullptr);
+
+private:
+    typedef QExplicitlySharedDataPointer<MivoXmlDocuments> Documents;
+
+    MivoXmlNode(const Documents& documents, const QDomElement& element);
+
+    Documents documents; // keeps the element's document alive, wherever the element is moved
+    QDomElement element;
+};
+
+Q_DECLARE_TYPEINFO(MivoXmlNode, Q_MOVABLE_TYPE);
+
+/** Writes the element as XML without layout, "MivoXmlNode(null)" for a null handle, and a blank. */
+MIVO_XML_EXPORT QDebug operator<<(QDebug dbg, const MivoXmlNode& node);
+
+#endif
