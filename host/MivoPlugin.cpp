@@ -1,5 +1,6 @@
 #include "MivoPlugin.h"
 
+#include "MivoField.h"
 #include "MivoHost.h"
 #include "MivoHostLog.h"
 #include "MivoQt_p.h"
@@ -76,6 +77,11 @@ void MivoPlugin::shutdown()
 QList<MivoService> MivoPlugin::services() const
 {
     return QList<MivoService>();
+}
+
+QList<MivoField> MivoPlugin::fields() const
+{
+    return QList<MivoField>();
 }
 
 QStringList MivoPlugin::callSlots() const

@@ -6,6 +6,7 @@
 
 #include <QObject>
 
+class MivoField;
 class MivoHost;
 class MivoService;
 
@@ -48,6 +49,8 @@ public:
     virtual void shutdown();
     /** What the plug-in offers to its users; nothing by default. */
     virtual QList<MivoService> services() const;
+    /** The form of the plug-in's settings; no fields by default. */
+    virtual QList<MivoField> fields() const;
 
     /** The names of the slots that can be called synchronously, in order of declaration. */
     QStringList callSlots() const;

@@ -2,6 +2,7 @@
 
 #include "MivoArg_p.h"
 #include "MivoCore.h"
+#include "MivoField.h"
 #include "MivoPluginAction.h"
 #include "MivoService.h"
 #include "MivoShared_p.h"
@@ -83,8 +84,8 @@ constexpr auto kindTable = std::make_tuple(
     leaf<void*>("Pointer"),
     leaf<QList<void*>>("PointerList"),
     leaf<MivoPlugin*>("Plugin"),
-    leaf<NoValue>("Field", never),
-    leaf<NoValue>("FieldList", never),
+    container<MivoField>("Field"),
+    container<QList<MivoField>>("FieldList"),
     leaf<NoValue>("XmlNode", never),
     leaf<NoValue>("Buddy", never),
     leaf<NoValue>("BuddyResource", never),
@@ -303,6 +304,16 @@ MivoArg::MivoArg(MivoPlugin* value)
 {
 }
 
+MivoArg::MivoArg(const MivoField& value)
+    : d(makeRecord<Field>(value))
+{
+}
+
+MivoArg::MivoArg(const QList<MivoField>& value)
+    : d(makeRecord<FieldList>(value))
+{
+}
+
 MivoArg::MivoArg(MivoAccountConnection* value)
     : d(makeRecord<Account>(value))
 {
@@ -464,6 +475,16 @@ QList<void*> MivoArg::toPointerList() const
 MivoPlugin* MivoArg::toPlugin() const
 {
     return valueOf<Plugin>(*this);
+}
+
+MivoField MivoArg::toField() const
+{
+    return valueOf<Field>(*this);
+}
+
+QList<MivoField> MivoArg::toFieldList() const
+{
+    return valueOf<FieldList>(*this);
 }
 
 MivoAccountConnection* MivoArg::toAccount() const

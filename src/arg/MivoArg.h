@@ -9,6 +9,7 @@
 
 class MivoAccountConnection;
 class MivoArgPrivate;
+class MivoField;
 class MivoGuiEventsReceiver;
 class MivoPlugin;
 class MivoPluginAction;
@@ -83,6 +84,8 @@ public:
     MivoArg(void* value);
     MivoArg(const QList<void*>& value);
     MivoArg(MivoPlugin* value);
+    MivoArg(const MivoField& value);
+    MivoArg(const QList<MivoField>& value);
     MivoArg(MivoAccountConnection* value);
     MivoArg(const MivoPluginAction& value);
     MivoArg(MivoGuiEventsReceiver* value);
@@ -132,6 +135,8 @@ public:
     void* toPointer() const;
     QList<void*> toPointerList() const;
     MivoPlugin* toPlugin() const;
+    MivoField toField() const;
+    QList<MivoField> toFieldList() const;
     MivoAccountConnection* toAccount() const;
     MivoPluginAction toPluginAction() const;
     MivoGuiEventsReceiver* toGuiEventsReceiver() const;
@@ -139,6 +144,14 @@ public:
     QList<MivoArg> toArgList() const;
     MivoService toService() const;
     QList<MivoService> toServiceList() const;
+
+    /**
+     * Writes @p value into @p field and returns whether the field changed. The kind must be exactly
+     * that of MivoField::getValue(), or String for a Label, whose label is set; it throws the
+     * conversion error and leaves the field as it is otherwise. A field that has no such value is
+     * left alone.
+     */
+    static bool setFieldValue(MivoField& field, const MivoArg& value);
 
     /** Exchanges the records, whatever the kinds: unlike three assignments, this never throws. */
     friend void swap(MivoArg& a, MivoArg& b) noexcept
