@@ -1,5 +1,6 @@
 #include "MivoArg.h"
 #include "MivoDebug_p.h"
+#include "MivoField.h"
 #include "MivoPluginAction.h"
 #include "MivoQt_p.h"
 #include "MivoService.h"
@@ -79,6 +80,12 @@ void writeValue(QDebug& dbg, const MivoArg& arg)
         dbg << "Plugin: ";
         // Not as the QObject that it is, which Qt would print by class and name.
         writePointer(dbg, static_cast<const void*>(arg.toPlugin()));
+        break;
+    case MivoArg::Field:
+        dbg << "Field: " << arg.toField();
+        break;
+    case MivoArg::FieldList:
+        dbg << "FieldList: " << arg.toFieldList();
         break;
     case MivoArg::Account:
         dbg << "Account: ";
