@@ -33,8 +33,11 @@ class MivoXmlNode;
 class MIVO_DATA_EXPORT MivoField
 {
 public:
-    /** The numbers 5 to 8 are reserved for kinds of text, 13 is that of images. */
-    enum Type {
+    /**
+     * The numbers 5 to 8 are reserved for kinds of text, 13 is that of images. Any other number can
+     * be stored, and is that of a kind without a value.
+     */
+    enum Type : int {
         None = 0,
         ComboBox = 1,
         CheckBox = 2,
@@ -44,10 +47,7 @@ public:
         SpinBox = 10,
         DoubleSpinBox = 11,
         Label = 12,
-        Button = 14,
-
-        /** Never a kind. Makes the type 32 bits wide, so that any number can be stored. */
-        MaximumType = 0x7fffffff
+        Button = 14
     };
 
     /** The null field. */

@@ -298,6 +298,8 @@ void tst_MivoField::kindsOutsideTheTableAreStored()
     QCOMPARE(sizeof(MivoField::Type), size_t(4));
     QCOMPARE(int(textOfKind(0x7ffffff0).getType()), 0x7ffffff0);
     QCOMPARE(int(textOfKind(6).getType()), 6);
+    QCOMPARE(int(textOfKind(-1).getType()), -1);
+    QVERIFY(textOfKind(-1) != textOfKind(-1));
 }
 
 void tst_MivoField::slotsAreReadWhateverTheKind()
@@ -673,6 +675,7 @@ void tst_MivoField::theValueIsThatOfTheKind_data()
     QTest::newRow("Button") << MivoField("l", "i", MivoPluginAction(), "g") << MivoArg();
     QTest::newRow("kind 15") << textOfKind(15) << MivoArg();
     QTest::newRow("highest kind") << textOfKind(0x7fffffff) << MivoArg();
+    QTest::newRow("kind -1") << textOfKind(-1) << MivoArg();
 }
 
 void tst_MivoField::theValueIsThatOfTheKind()

@@ -114,7 +114,7 @@ void tst_MivoFieldDebug::everyKindPrintsItsPieces_data()
     QTest::newRow("Button") << MivoField("l", "i", MivoPluginAction(), "g")
                             << "MivoField(id: \"i\" type: ) ";
     QTest::newRow("image") << MivoField("i", image, "g") << "MivoField(id: \"i\" type: ) ";
-    const int nameless[] = {5, 6, 7, 8, 13, 15, 0x7ffffffe};
+    const int nameless[] = {-1, 5, 6, 7, 8, 13, 15, 0x7fffffff};
     for (const int type : nameless)
         QTest::newRow(qPrintable(QString("kind %1").arg(type)))
             << textOfKind(type) << "MivoField(id: \"i\" type: ) ";

@@ -159,6 +159,7 @@ void tst_MivoFieldXml::everyKindWritesItsElement_data()
     QTest::newRow("Button") << MivoField("l", "i", MivoPluginAction(), "g")
                             << QByteArray("<field><id>i</id></field>");
     QTest::newRow("kind 15") << textOfKind(15, "t") << QByteArray("<field><id>i</id></field>");
+    QTest::newRow("kind -1") << textOfKind(-1, "t") << QByteArray("<field><id>i</id></field>");
     QTest::newRow("highest kind") << textOfKind(0x7fffffff, "t")
                                   << QByteArray("<field><id>i</id></field>");
 }
