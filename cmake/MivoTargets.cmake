@@ -37,6 +37,13 @@ elseif(MIVO_SANITIZE STREQUAL "thread")
 elseif(MIVO_SANITIZE)
     message(FATAL_ERROR "MIVO_SANITIZE is \"${MIVO_SANITIZE}\"; expected address, thread or nothing.")
 endif()
+if(MIVO_BUILD_FUZZERS)
+    if(NOT CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
+        message(FATAL_ERROR "MIVO_BUILD_FUZZERS needs Clang; the compiler is ${CMAKE_CXX_COMPILER_ID}.")
+    endif()
+    # What the fuzzers call tells them which of its branches they reach.
+    target_compile_options(mivo_rules INTERFACE -fsanitize=fuzzer-no-link)
+endif()
 target_compile_options(mivo_rules INTERFACE ${mivo_sanitizers})
 target_link_options(mivo_rules INTERFACE ${mivo_sanitizers})
 
