@@ -1,0 +1,3 @@
+#include "MivoRemovable.h"
+
+MivoRemovable::~MivoRemovable() = default;
