@@ -9,6 +9,11 @@
 #include <functional>
 #include <limits>
 
+#include <signal.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
 namespace {
 
 MivoFieldPrivate* recordOf(const MivoField& field)
@@ -101,6 +106,24 @@ public:
 
 using Change = std::function<void(MivoField&)>;
 
+/** Whether @p change, made in a process of its own, ends that process by an assertion. */
+bool asserts(const Change& change)
+{
+    const pid_t child = fork();
+    if (child == 0) {
+        const rlimit noCore = {0, 0};
+        setrlimit(RLIMIT_CORE, &noCore);
+        signal(SIGABRT, SIG_DFL);
+        qInstallMessageHandler([](QtMsgType, const QMessageLogContext&, const QString&) {});
+        MivoField null;
+        change(null);
+        _exit(0);
+    }
+    int status = 0;
+    return waitpid(child, &status, 0) == child && WIFSIGNALED(status)
+        && WTERMSIG(status) == SIGABRT;
+}
+
 } // namespace
 
 Q_DECLARE_METATYPE(MivoField)
@@ -152,6 +175,8 @@ private Q_SLOTS:
     void someKindsEqualOnlyTheirCopies_data();
     void someKindsEqualOnlyTheirCopies();
     void aNullFieldEqualsAnEmptyOneOfKindNone();
+    void whatNeedsARecordAssertsInADebugBuild_data();
+    void whatNeedsARecordAssertsInADebugBuild();
     void aClickPostsTheAction();
     void aPluginHasNoFieldsByDefault();
 };
@@ -791,6 +816,43 @@ void tst_MivoField::aNullFieldEqualsAnEmptyOneOfKindNone()
     const MivoField label("", "", "");
     QVERIFY(null != label);
     QVERIFY(label != null);
+}
+
+void tst_MivoField::whatNeedsARecordAssertsInADebugBuild_data()
+{
+    QTest::addColumn<Change>("change");
+    QTest::addColumn<bool>("asserted");
+    const auto row = [](const char* name, bool asserted, const Change& change) {
+        QTest::newRow(name) << change << asserted;
+    };
+    row("getText", true, [](MivoField& f) { f.getText(); });
+    row("getIntValue", true, [](MivoField& f) { f.getIntValue(); });
+    row("getSelectedString", true, [](MivoField& f) { f.getSelectedString(); });
+    row("setLabel", true, [](MivoField& f) { f.setLabel("l"); });
+    row("setSpinBoxMax", true, [](MivoField& f) { f.setSpinBoxMax(1); });
+    row("setReadOnly", true, [](MivoField& f) { f.setReadOnly(true); });
+    row("isPressed", true, [](MivoField& f) { f.isPressed(); });
+    row("getImgData", true, [](MivoField& f) { f.getImgData(); });
+    row("clicked", true, [](MivoField& f) { f.clicked(); });
+    row("null-safe getters", false, [](MivoField& f) {
+        f.getId();
+        f.getLabel();
+        f.getGroup();
+        f.getType();
+        f.getVisible();
+        f.getValue();
+    });
+    row("setVisible", false, [](MivoField& f) { f.setVisible(true); });
+}
+
+void tst_MivoField::whatNeedsARecordAssertsInADebugBuild()
+{
+#ifdef QT_NO_DEBUG
+    QSKIP("a release build answers defaults");
+#endif
+    QFETCH(Change, change);
+    QFETCH(bool, asserted);
+    QCOMPARE(asserts(change), asserted);
 }
 
 void tst_MivoField::aClickPostsTheAction()
