@@ -1,8 +1,9 @@
-# What is installed, in three components that can be installed each alone:
+# What is installed, in components that can be installed each alone:
 #
 #   companions  libmivo_core and libmivo_xml, the stand-ins for the messenger's own
 #   data        libmivo_data and the CMake package
 #   host        libmivo_host and the command mivo-host
+#   examples    the plug-in that the demonstration of mivo-host calls
 #
 # Headers go flat into include/mivo. Every path is relative to the prefix, which may be moved.
 
@@ -86,6 +87,11 @@ mivo_install_pkgconfig(host mivo_host
     REQUIRES mivo_data)
 if(TARGET mivo-host)
     install(TARGETS mivo-host RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}" COMPONENT host)
+endif()
+
+if(TARGET echo)
+    set_target_properties(echo PROPERTIES INSTALL_RPATH "$ORIGIN/../..")
+    install(TARGETS echo LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}/mivo/plugins" COMPONENT examples)
 endif()
 
 configure_package_config_file(cmake/MivoDataConfig.cmake.in MivoDataConfig.cmake

@@ -46,7 +46,7 @@ step_library() {
     mkdir -p "$work"
     rm -rf "$work/first" "$moved"
     configure "$work/build" -DCMAKE_BUILD_TYPE=Release -DMIVO_BUILD_TESTS=OFF \
-        -DMIVO_BUILD_EXAMPLES=OFF -DCMAKE_INSTALL_PREFIX="$work/first"
+        -DMIVO_BUILD_EXAMPLES=ON -DCMAKE_INSTALL_PREFIX="$work/first"
     cmake --build "$work/build"
     cmake --install "$work/build" >/dev/null
     mv "$work/first" "$moved"
@@ -93,6 +93,7 @@ step_cmake() {
     # The installed command loads the plug-in, in whose stamp it finds its own library and Qt.
     "$moved/bin/mivo-host" call "$work/consumer/greeter.so" greet string:world \
         | grep -F 'Hello, world!' || fail "the plug-in did not greet"
+    "$moved/bin/mivo-host" demo | grep -F 'all threads have ended' || fail "the demonstration failed"
     rm -rf "$work/refused"
     if cmake -S "$consumer" -B "$work/refused" -DCMAKE_PREFIX_PATH="$moved" \
             -DMIVO_COMPONENTS=Nonsense &>"$work/refused.log"; then
