@@ -62,12 +62,7 @@ if(MIVO_USE_INSTALLED_COMPANIONS)
         CFLAGS "-I${MivoCompanions_INCLUDE_DIR}"
         LIBS "-L${companions_dir}" -lmivo_xml -lmivo_core)
 else()
-    set(c mivo_core)
-    if(TARGET mivo_xml)
-        list(APPEND c mivo_xml)
-        set(x mivo_xml)
-    endif()
-    mivo_install_libraries(companions Companions ${c})
+    mivo_install_libraries(companions Companions mivo_core mivo_xml)
     mivo_install_pkgconfig(companions mivo_core
         DESCRIPTION "Errors of the messenger's core"
         REQUIRES ${mivo_pc_qt}Core)
@@ -76,7 +71,7 @@ else()
         REQUIRES ${mivo_pc_qt}Core ${mivo_pc_qt}Xml)
     mivo_install_pkgconfig(data mivo_data
         DESCRIPTION "${PROJECT_DESCRIPTION}"
-        REQUIRES ${mivo_pc_qt}Core ${x}
+        REQUIRES ${mivo_pc_qt}Core mivo_xml
         PRIVATE mivo_core)
 endif()
 
@@ -85,7 +80,7 @@ mivo_install_libraries(host Host mivo_host)
 mivo_install_pkgconfig(host mivo_host
     DESCRIPTION "Reference host of messenger plug-ins"
     REQUIRES mivo_data)
-if(TARGET mivo-host)
+if(TARGET mivo-host) # takes Qt 5 or later
     install(TARGETS mivo-host RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}" COMPONENT host)
 endif()
 
