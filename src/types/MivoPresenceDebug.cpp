@@ -1,0 +1,18 @@
+#include "MivoPresence.h"
+#include "MivoQt_p.h"
+
+QDebug operator<<(QDebug dbg, const MivoPresence& presence)
+{
+    dbg.nospace() << "MivoPresence(";
+    if (presence.isValid()) {
+        dbg << "\n\tid       : ";
+        mivoWriteQuoted(dbg, presence.getId());
+        dbg << "\n\tdisplay  : ";
+        mivoWriteQuoted(dbg, presence.getDisplay());
+        dbg << "\n\tpriority : " << presence.getPriority() << "\n";
+    } else {
+        dbg << " invalid ";
+    }
+    dbg << ")";
+    return dbg.space();
+}
