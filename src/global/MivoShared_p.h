@@ -3,6 +3,9 @@
 
 #include <QAtomicInt>
 
+#include <new>
+#include <vector>
+
 /** @file
  * Sharing of private records. A record has a member `ref`, a QAtomicInt that counts the handles.
  */
@@ -22,6 +25,34 @@ inline void tAtomicDetach(T* record)
 {
     if (record && !record->ref.deref())
         delete record;
+}
+
+/**
+ * Calls @p dead.destroy(), which may destroy the last handle of a record whose destructor comes
+ * here again: such a value waits until the one before it is gone. So a chain of records of any
+ * length is released on a stack of constant depth.
+ */
+template <class Dead>
+void mivoDestroyFlat(const Dead& dead)
+{
+    static thread_local std::vector<Dead>* queue = nullptr;
+    if (queue) {
+        try {
+            queue->push_back(dead);
+        } catch (const std::bad_alloc&) {
+            dead.destroy();
+        }
+        return;
+    }
+    std::vector<Dead> waiting;
+    queue = &waiting;
+    dead.destroy();
+    while (!waiting.empty()) {
+        const Dead next = waiting.back();
+        waiting.pop_back();
+        next.destroy();
+    }
+    queue = nullptr;
 }
 
 #endif

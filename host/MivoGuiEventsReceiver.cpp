@@ -1,0 +1,3 @@
+#include "MivoGuiEventsReceiver.h"
+
+MivoGuiEventsReceiver::~MivoGuiEventsReceiver() = default;

@@ -1,0 +1,260 @@
+#include "TestBuddies.h"
+
+#include <QtTest>
+
+class tst_MivoBuddyMeta : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void anInvalidMetaContactAnswersDefaults();
+    void changingAnInvalidMetaContactDoesNothing();
+    void aNewMetaContactIsEmptyAndInNoGroup();
+    void expandedIsSeenThroughEveryHandle();
+    void contactsAndMergedContactsAreTaken_data();
+    void contactsAndMergedContactsAreTaken();
+    void everythingElseIsRefused_data();
+    void everythingElseIsRefused();
+    void addingTwiceIsRefused();
+    void aContactLeavesItsOldContainer();
+    void removingAnswersHowManyWereRemoved();
+    void takingOutByIndexAnswersTheMember();
+    void anIndexOutOfRangeIsInvalid();
+    void contactsAreFoundInMergedContacts();
+    void sortingReversesTheMembers();
+    void whatAHostDoesToTheListIsNoticed();
+    void theLookUpDoesNotWaitForTheLock();
+};
+
+void tst_MivoBuddyMeta::anInvalidMetaContactAnswersDefaults()
+{
+    const MivoBuddyMeta meta(makeContact("no meta-contact"));
+    QVERIFY(!meta.isValid());
+    QVERIFY(!meta.containsContact(MivoBuddyContact()));
+    QVERIFY(!meta.isExpanded());
+    QVERIFY(!meta.getGroup().isValid());
+    QVERIFY(!meta.buddyAt(0).isValid());
+    QCOMPARE(meta.childCount(), -1);
+}
+
+void tst_MivoBuddyMeta::changingAnInvalidMetaContactDoesNothing()
+{
+    MivoBuddyMeta meta;
+    const MivoBuddyContact contact = makeContact("a");
+    QVERIFY(!meta.addBuddy(contact));
+    QCOMPARE(meta.removeBuddy(contact), -1);
+    QVERIFY(!meta.removeAt(0).isValid());
+    meta.setExpanded(true);
+    meta.sort();
+    QVERIFY(!meta.isExpanded());
+    QVERIFY(!contact.getParent().isValid());
+}
+
+void tst_MivoBuddyMeta::aNewMetaContactIsEmptyAndInNoGroup()
+{
+    const MivoBuddyMeta meta("Ann");
+    QVERIFY(meta.isValid());
+    QCOMPARE(meta.getType(), MivoBuddy::Meta);
+    QCOMPARE(meta.getDisplay(), QString("Ann"));
+    QVERIFY(!meta.getGroup().isValid());
+    QCOMPARE(meta.childCount(), 0);
+    QVERIFY(!meta.isExpanded());
+}
+
+void tst_MivoBuddyMeta::expandedIsSeenThroughEveryHandle()
+{
+    MivoBuddyMeta meta("Ann");
+    const MivoBuddyMeta copy(meta);
+    meta.setExpanded(true);
+    QVERIFY(copy.isExpanded());
+    meta.setExpanded(false);
+    QVERIFY(!copy.isExpanded());
+}
+
+void tst_MivoBuddyMeta::contactsAndMergedContactsAreTaken_data()
+{
+    QTest::addColumn<int>("kind");
+    for (const int kind : {3, 4, 9, -1})
+        QTest::addRow("%d", kind) << kind;
+}
+
+void tst_MivoBuddyMeta::contactsAndMergedContactsAreTaken()
+{
+    QFETCH(int, kind);
+    MivoBuddyMeta meta("m");
+    const CycleBreaker<MivoBuddyMeta> end(meta);
+    const MivoBuddy taken = kind == 3 ? MivoBuddy(makeContact("c"))
+        : kind == 4                   ? MivoBuddy(makeMerged())
+                                      : MivoBuddy("x", MivoBuddy::Type(kind));
+    QVERIFY(meta.addBuddy(taken));
+    QCOMPARE(membersOf(meta), QList<MivoBuddy>() << taken);
+    if (kind == 3)
+        QVERIFY(MivoBuddyContact(taken).getParent() == meta);
+    if (kind == 4)
+        QVERIFY(MivoBuddyMerged(taken).getParent() == meta);
+}
+
+void tst_MivoBuddyMeta::everythingElseIsRefused_data()
+{
+    QTest::addColumn<int>("kind");
+    QTest::newRow("invalid") << 0;
+    QTest::newRow("group") << 1;
+    QTest::newRow("meta-contact") << 2;
+    QTest::newRow("itself") << 3;
+    QTest::newRow("temporary contact") << 5;
+    QTest::newRow("Other") << 6;
+}
+
+void tst_MivoBuddyMeta::everythingElseIsRefused()
+{
+    QFETCH(int, kind);
+    MivoBuddyMeta meta("m");
+    const CycleBreaker<MivoBuddyMeta> end(meta);
+    const MivoBuddyTemporary temporary = makeTemporary("t");
+    const MivoBuddyMeta otherMeta("n");
+    const MivoBuddy refused = kind == 1 ? MivoBuddy(MivoBuddyGroup("g"))
+        : kind == 2                     ? MivoBuddy(otherMeta)
+        : kind == 3                     ? MivoBuddy(meta)
+        : kind == 5                     ? MivoBuddy(temporary)
+        : kind == 6                     ? MivoBuddy("o", MivoBuddy::Other)
+                                        : MivoBuddy();
+    QVERIFY(!meta.addBuddy(refused));
+    QCOMPARE(meta.childCount(), 0);
+    QVERIFY(!temporary.getGroup().isValid());
+    QVERIFY(!otherMeta.getGroup().isValid());
+}
+
+void tst_MivoBuddyMeta::addingTwiceIsRefused()
+{
+    MivoBuddyMeta meta("m");
+    const CycleBreaker<MivoBuddyMeta> end(meta);
+    const MivoBuddyContact contact = makeContact("c");
+    QVERIFY(meta.addBuddy(contact));
+    QVERIFY(!meta.addBuddy(contact));
+    QCOMPARE(meta.childCount(), 1);
+}
+
+void tst_MivoBuddyMeta::aContactLeavesItsOldContainer()
+{
+    MivoBuddyMeta a("a");
+    MivoBuddyMeta b("b");
+    const CycleBreaker<MivoBuddyMeta> endOfA(a);
+    const CycleBreaker<MivoBuddyMeta> endOfB(b);
+    const MivoBuddyContact contact = makeContact("c");
+    const MivoBuddyMerged merged = makeMerged();
+    a.addBuddy(contact);
+    a.addBuddy(merged);
+    QVERIFY(b.addBuddy(contact));
+    QVERIFY(b.addBuddy(merged));
+    QCOMPARE(membersOf(a), QList<MivoBuddy>() << merged);
+    QCOMPARE(membersOf(b), QList<MivoBuddy>() << contact << merged);
+    QVERIFY(contact.getParent() == b);
+    QVERIFY(merged.getParent() == b);
+}
+
+void tst_MivoBuddyMeta::removingAnswersHowManyWereRemoved()
+{
+    MivoBuddyMeta meta("m");
+    const CycleBreaker<MivoBuddyMeta> end(meta);
+    const MivoBuddyContact a = makeContact("a");
+    const MivoBuddyContact b = makeContact("b");
+    QCOMPARE(meta.removeBuddy(a), 0);
+    meta.addBuddy(a);
+    meta.addBuddy(b);
+    childrenOf(meta) << a;
+    QCOMPARE(meta.removeBuddy(a), 2);
+    QCOMPARE(meta.removeBuddy(a), 0);
+    QCOMPARE(membersOf(meta), QList<MivoBuddy>() << b);
+    QVERIFY(a.getParent() == meta);
+    MivoBuddyContactPrivate::get(a)->parent = MivoBuddy();
+}
+
+void tst_MivoBuddyMeta::takingOutByIndexAnswersTheMember()
+{
+    MivoBuddyMeta meta("m");
+    const CycleBreaker<MivoBuddyMeta> end(meta);
+    const MivoBuddyContact a = makeContact("a");
+    const MivoBuddyContact b = makeContact("b");
+    meta.addBuddy(a);
+    meta.addBuddy(b);
+    QVERIFY(meta.buddyAt(0) == a);
+    QVERIFY(meta.removeAt(0) == a);
+    QCOMPARE(membersOf(meta), QList<MivoBuddy>() << b);
+    QVERIFY(a.getParent() == meta);
+    QVERIFY(meta.addBuddy(a));
+    QCOMPARE(membersOf(meta), QList<MivoBuddy>() << b << a);
+}
+
+void tst_MivoBuddyMeta::anIndexOutOfRangeIsInvalid()
+{
+    MivoBuddyMeta meta("m");
+    const CycleBreaker<MivoBuddyMeta> end(meta);
+    meta.addBuddy(makeContact("a"));
+    for (const int index : {-1, 1, 2}) {
+        QVERIFY(!meta.buddyAt(index).isValid());
+        QVERIFY(!meta.removeAt(index).isValid());
+    }
+    QCOMPARE(meta.childCount(), 1);
+}
+
+void tst_MivoBuddyMeta::contactsAreFoundInMergedContacts()
+{
+    MivoBuddyMeta meta("m");
+    const CycleBreaker<MivoBuddyMeta> end(meta);
+    const MivoBuddyContact direct = makeContact("a");
+    const MivoBuddyContact inMerged = makeContact("b");
+    meta.addBuddy(direct);
+    QVERIFY(!meta.containsContact(inMerged));
+    const MivoBuddyMerged merged = makeMerged(QList<MivoBuddyContact>() << inMerged);
+    meta.addBuddy(merged);
+    QVERIFY(meta.containsContact(direct));
+    QVERIFY(meta.containsContact(inMerged));
+    QVERIFY(!meta.containsContact(makeContact("a")));
+    meta.removeAt(1);
+    QVERIFY(!meta.containsContact(inMerged));
+    MivoBuddyMergedPrivate::get(merged)->parent = MivoBuddy();
+}
+
+void tst_MivoBuddyMeta::sortingReversesTheMembers()
+{
+    MivoBuddyMeta meta("m");
+    const CycleBreaker<MivoBuddyMeta> end(meta);
+    QList<MivoBuddy> members;
+    for (int i = 0; i < 5; ++i) {
+        members << makeContact(QString::number(i));
+        meta.addBuddy(members.last());
+    }
+    meta.sort();
+    QCOMPARE(membersOf(meta), QList<MivoBuddy>(members.rbegin(), members.rend()));
+    meta.sort();
+    QCOMPARE(membersOf(meta), members);
+}
+
+void tst_MivoBuddyMeta::whatAHostDoesToTheListIsNoticed()
+{
+    MivoBuddyMeta meta("m");
+    const CycleBreaker<MivoBuddyMeta> end(meta);
+    const MivoBuddyContact a = makeContact("a");
+    const MivoBuddyContact inMerged = makeContact("b");
+    meta.addBuddy(a);
+    childrenOf(meta) << makeMerged(QList<MivoBuddyContact>() << inMerged);
+    QVERIFY(meta.containsContact(inMerged));
+    childrenOf(meta).removeFirst();
+    QVERIFY(!meta.containsContact(a));
+    QVERIFY(meta.addBuddy(a));
+}
+
+void tst_MivoBuddyMeta::theLookUpDoesNotWaitForTheLock()
+{
+    MivoBuddyMeta meta("m");
+    const CycleBreaker<MivoBuddyMeta> end(meta);
+    const MivoBuddyContact contact = makeContact("a");
+    meta.addBuddy(contact);
+    const QMutexLocker locker(&MivoBuddyMetaPrivate::get(meta)->lock);
+    QVERIFY(meta.containsContact(contact));
+    QVERIFY(!meta.isExpanded());
+    QVERIFY(!meta.getGroup().isValid());
+}
+
+QTEST_GUILESS_MAIN(tst_MivoBuddyMeta)
+#include "tst_mivobuddymeta.moc"
