@@ -8,6 +8,7 @@
 #include <atomic>
 #include <cstdlib>
 #include <new>
+#include <thread>
 #include <vector>
 
 namespace {
@@ -54,24 +55,24 @@ int endWatch(WatchedMemory& watched)
 
 const int threadCount = 4;
 
-/** Runs @p piece(number) in four threads that start together. */
+/**
+ * Runs @p piece(number) in four threads that start together. They are not Qt's: the thread
+ * sanitizer understands these without a sanitized Qt.
+ */
 template <class Piece>
 void runInFourThreads(Piece piece)
 {
     std::atomic<int> ready{0};
-    std::vector<std::unique_ptr<QThread>> threads;
+    std::vector<std::thread> threads;
     for (int number = 0; number < threadCount; ++number) {
-        threads.emplace_back(QThread::create([&ready, &piece, number] {
+        threads.emplace_back([&ready, &piece, number] {
             ++ready;
             waitUntil([&] { return ready == threadCount; });
             piece(number);
-        }));
-        threads.back()->start();
+        });
     }
-    for (const auto& thread : threads) {
-        if (!thread->wait(QDeadlineTimer(120000)))
-            qFatal("A thread of the test has not ended");
-    }
+    for (std::thread& thread : threads)
+        thread.join();
 }
 
 } // namespace
