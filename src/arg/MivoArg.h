@@ -104,8 +104,7 @@ public:
     /**
      * Shares @p other's record. An empty value takes any kind; a value that has a kind takes that
      * kind only, and throws the conversion error from @p other's kind to its own otherwise, also
-     * when
-     * @p other is empty. Returns a copy, on purpose not a reference.
+     * when @p other is empty. Returns a copy, on purpose not a reference.
      */
     MivoArg operator=(const MivoArg& other); // NOLINT(misc-unconventional-assign-operator)
 
