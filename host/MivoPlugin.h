@@ -10,8 +10,7 @@ class MivoField;
 class MivoHost;
 class MivoService;
 
-/** The interface that plug-ins are built against; a host loads only those that were built for its
- * own. */
+/** The plug-in interface; a host loads only plug-ins that were built for its own. */
 #define MIVO_PLUGIN_INTERFACE 1
 #define MivoPlugin_iid "MivoPlugin/1"
 
@@ -19,14 +18,14 @@ class MivoService;
  * The base of all plug-ins.
  *
  * A plug-in is a QObject that lives in the thread which the host gives it, together with what it
- * creates there. Its slots of the two shapes
+ * creates there. Its slots of two shapes can be called by name:
  *
- *     void slot(MivoPlugin* sender, QList<MivoArg>& arguments);   // a synchronous call: answers in
- * place void slot(QList<MivoArg>& arguments);                       // an action: nothing is
- * answered
+ *     void slot(MivoPlugin* sender, QList<MivoArg>& arguments);
+ *     void slot(QList<MivoArg>& arguments);
  *
- * can be called by name. A synchronous call runs in the plug-in's own thread, an action in the
- * dispatcher's. What a slot throws is caught by the host and written to its log.
+ * The first is a synchronous call, which runs in the plug-in's own thread and answers by what it
+ * leaves in the arguments. The second is an action, which runs in the dispatcher's thread and
+ * answers nothing. What a slot throws is caught by the host: the caller is told, or the host's log.
  */
 class MIVO_HOST_EXPORT MivoPlugin : public QObject
 {
@@ -42,7 +41,7 @@ public:
     virtual QString version() const;
     /**
      * Called once, in the plug-in's thread, after all plug-ins of the host have been loaded.
-     * Returns whether the plug-in can work; the host drops it otherwise. True by default.
+     * Returns whether the plug-in can work: the host cannot be started otherwise. True by default.
      */
     virtual bool initialise(MivoHost& host);
     /** Called once, in the plug-in's thread, before it ends. Does nothing by default. */

@@ -1,12 +1,16 @@
 #include "MivoArg.h"
 
 #include "MivoArg_p.h"
+#include "MivoBuddy.h"
+#include "MivoBuddyResource.h"
 #include "MivoCore.h"
 #include "MivoField.h"
 #include "MivoPluginAction.h"
+#include "MivoPresence.h"
 #include "MivoService.h"
 #include "MivoShared_p.h"
 #include "MivoVideoClip.h"
+#include "MivoXmlNode.h"
 
 #include <array>
 #include <memory>
@@ -86,12 +90,12 @@ constexpr auto kindTable = std::make_tuple(
     leaf<MivoPlugin*>("Plugin"),
     container<MivoField>("Field"),
     container<QList<MivoField>>("FieldList"),
-    leaf<NoValue>("XmlNode", never),
-    leaf<NoValue>("Buddy", never),
-    leaf<NoValue>("BuddyResource", never),
+    leaf<MivoXmlNode>("XmlNode"),
+    container<MivoBuddy>("Buddy"),
+    leaf<MivoBuddyResource>("BuddyResource"),
     leaf<MivoAccountConnection*>("Account"),
     container<MivoPluginAction>("PluginAction"),
-    leaf<NoValue>("Presence", never),
+    leaf<MivoPresence>("Presence"),
     leaf<MivoGuiEventsReceiver*>("GuiEventsReceiver", never),
     leaf<MivoVideoClip>("VideoClip", never),
     container<QList<MivoArg>>("ArgList", never),
@@ -148,13 +152,27 @@ std::runtime_error conversionError(MivoArg::Type from, MivoArg::Type to)
     return mivo_conversion(QLatin1String("MivoArg"), mivo_arg_type(from), mivo_arg_type(to));
 }
 
+/** A default-constructed value, null when memory is short. */
+template <class T>
+T* newHolder()
+{
+    return new (std::nothrow) T();
+}
+
+/** The interface of the XML library does not promise a default constructor. */
+template <>
+MivoXmlNode* newHolder<MivoXmlNode>()
+{
+    return new (std::nothrow) MivoXmlNode(QString(), nullptr);
+}
+
 template <MivoArg::Type K>
 MivoArgPrivate* makeRecord(const Held<K>& value)
 {
     std::unique_ptr<MivoArgPrivate> record(new (std::nothrow) MivoArgPrivate);
     if (!record)
         throw outOfMemory();
-    std::unique_ptr<Held<K>> holder(new (std::nothrow) Held<K>());
+    std::unique_ptr<Held<K>> holder(newHolder<Held<K>>());
     if (!holder)
         throw outOfMemory();
     *holder = value;
@@ -314,6 +332,21 @@ MivoArg::MivoArg(const QList<MivoField>& value)
 {
 }
 
+MivoArg::MivoArg(const MivoXmlNode& value)
+    : d(makeRecord<XmlNode>(value))
+{
+}
+
+MivoArg::MivoArg(const MivoBuddy& value)
+    : d(makeRecord<Buddy>(value))
+{
+}
+
+MivoArg::MivoArg(const MivoBuddyResource& value)
+    : d(makeRecord<BuddyResource>(value))
+{
+}
+
 MivoArg::MivoArg(MivoAccountConnection* value)
     : d(makeRecord<Account>(value))
 {
@@ -321,6 +354,11 @@ MivoArg::MivoArg(MivoAccountConnection* value)
 
 MivoArg::MivoArg(const MivoPluginAction& value)
     : d(makeRecord<PluginAction>(value))
+{
+}
+
+MivoArg::MivoArg(const MivoPresence& value)
+    : d(makeRecord<Presence>(value))
 {
 }
 
@@ -487,6 +525,21 @@ QList<MivoField> MivoArg::toFieldList() const
     return valueOf<FieldList>(*this);
 }
 
+MivoXmlNode MivoArg::toXmlNode() const
+{
+    return valueOf<XmlNode>(*this);
+}
+
+MivoBuddy MivoArg::toBuddy() const
+{
+    return valueOf<Buddy>(*this);
+}
+
+MivoBuddyResource MivoArg::toBuddyResource() const
+{
+    return valueOf<BuddyResource>(*this);
+}
+
 MivoAccountConnection* MivoArg::toAccount() const
 {
     return valueOf<Account>(*this);
@@ -495,6 +548,11 @@ MivoAccountConnection* MivoArg::toAccount() const
 MivoPluginAction MivoArg::toPluginAction() const
 {
     return valueOf<PluginAction>(*this);
+}
+
+MivoPresence MivoArg::toPresence() const
+{
+    return valueOf<Presence>(*this);
 }
 
 MivoGuiEventsReceiver* MivoArg::toGuiEventsReceiver() const

@@ -9,13 +9,17 @@
 
 class MivoAccountConnection;
 class MivoArgPrivate;
+class MivoBuddy;
+class MivoBuddyResource;
 class MivoField;
 class MivoGuiEventsReceiver;
 class MivoPlugin;
 class MivoPluginAction;
+class MivoPresence;
 class MivoService;
-struct MivoVideoClip;
+class MivoXmlNode;
 class QDebug;
+struct MivoVideoClip;
 
 /**
  * The tagged variant in which every argument and result of a call between plug-ins travels.
@@ -86,8 +90,12 @@ public:
     MivoArg(MivoPlugin* value);
     MivoArg(const MivoField& value);
     MivoArg(const QList<MivoField>& value);
+    MivoArg(const MivoXmlNode& value);
+    MivoArg(const MivoBuddy& value);
+    MivoArg(const MivoBuddyResource& value);
     MivoArg(MivoAccountConnection* value);
     MivoArg(const MivoPluginAction& value);
+    MivoArg(const MivoPresence& value);
     MivoArg(MivoGuiEventsReceiver* value);
     MivoArg(const MivoVideoClip& value);
     MivoArg(const QList<MivoArg>& value);
@@ -136,8 +144,12 @@ public:
     MivoPlugin* toPlugin() const;
     MivoField toField() const;
     QList<MivoField> toFieldList() const;
+    MivoXmlNode toXmlNode() const;
+    MivoBuddy toBuddy() const;
+    MivoBuddyResource toBuddyResource() const;
     MivoAccountConnection* toAccount() const;
     MivoPluginAction toPluginAction() const;
+    MivoPresence toPresence() const;
     MivoGuiEventsReceiver* toGuiEventsReceiver() const;
     MivoVideoClip toVideoClip() const;
     QList<MivoArg> toArgList() const;
@@ -173,7 +185,12 @@ MIVO_DATA_EXPORT QString mivo_arg_type(MivoArg::Type type);
 /** Prints "MivoArg::" and the name; nothing but the former for VideoClip, ServiceList and no kind.
  */
 MIVO_DATA_EXPORT QDebug operator<<(QDebug dbg, MivoArg::Type type);
-/** Prints "MivoArg(KIND: VALUE)". The stream is in space mode afterwards. */
+/**
+ * Prints "MivoArg(KIND: VALUE)"; the stream is in space mode afterwards.
+ *
+ * A BuddyResource, which has no printer of its own, must not be printed, nor a list that holds one:
+ * its print contains itself, and ends only with the stack.
+ */
 MIVO_DATA_EXPORT QDebug operator<<(QDebug dbg, const MivoArg& arg);
 
 #endif

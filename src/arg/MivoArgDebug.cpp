@@ -1,9 +1,14 @@
 #include "MivoArg.h"
+
+#include "MivoBuddy.h"
+#include "MivoBuddyResource.h"
 #include "MivoDebug_p.h"
 #include "MivoField.h"
 #include "MivoPluginAction.h"
+#include "MivoPresence.h"
 #include "MivoQt_p.h"
 #include "MivoService.h"
+#include "MivoXmlNode.h"
 
 #include <QDebug>
 
@@ -87,12 +92,26 @@ void writeValue(QDebug& dbg, const MivoArg& arg)
     case MivoArg::FieldList:
         dbg << "FieldList: " << arg.toFieldList();
         break;
+    case MivoArg::XmlNode:
+        dbg << "XmlNode: " << arg.toXmlNode();
+        break;
+    case MivoArg::Buddy:
+        dbg << "Buddy: " << arg.toBuddy();
+        break;
+    case MivoArg::BuddyResource:
+        // Meant: without a printer of its own a resource prints as the variant that it converts to,
+        // which is this one again, without end.
+        dbg << "BuddyResource:" << MivoArg(arg.toBuddyResource());
+        break;
     case MivoArg::Account:
         dbg << "Account: ";
         writePointer(dbg, arg.toAccount());
         break;
     case MivoArg::PluginAction:
         dbg << "PluginAction: argument count: " << arg.toPluginAction().getActionData().count();
+        break;
+    case MivoArg::Presence:
+        dbg << "Presence: " << arg.toPresence();
         break;
     case MivoArg::ArgList:
         dbg << "ArgList: ";
