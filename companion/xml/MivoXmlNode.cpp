@@ -376,7 +376,7 @@ void TreeWriter::breakLine()
 {
     // Bounded, or the blanks of a very deep tree would outgrow the memory.
     const int depth = qMin(int(inLines.size()), maxDepth);
-    out += QLatin1Char('\n') + QString(depth * indent, QLatin1Char(' '));
+    out += QLatin1Char('\n') + QString(int(depth * indent), QLatin1Char(' '));
 }
 
 void TreeWriter::writeAttributes(const QDomElement& element)
