@@ -3,7 +3,7 @@
 #   companions  libmivo_core and libmivo_xml, the stand-ins for the messenger's own
 #   data        libmivo_data and the CMake package
 #   host        libmivo_host and the command mivo-host
-#   examples    the plug-in that the demonstration of mivo-host calls
+#   examples    the plug-ins that mivo-host shows its commands with
 #
 # Headers go flat into include/mivo. Every path is relative to the prefix, which may be moved.
 
@@ -82,11 +82,6 @@ mivo_install_pkgconfig(host mivo_host
     REQUIRES mivo_data)
 if(TARGET mivo-host) # takes Qt 5 or later
     install(TARGETS mivo-host RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}" COMPONENT host)
-endif()
-
-if(TARGET echo)
-    set_target_properties(echo PROPERTIES INSTALL_RPATH "$ORIGIN/../..")
-    install(TARGETS echo LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}/mivo/plugins" COMPONENT examples)
 endif()
 
 configure_package_config_file(cmake/MivoDataConfig.cmake.in MivoDataConfig.cmake

@@ -169,7 +169,7 @@ void MivoHostCommandTest::helpIsShownOnRequest_data()
     QTest::newRow("itself") << QStringList("--help") << "usage: mivo-host COMMAND [ARGUMENT...]\n";
     for (const char* command : {"plugins", "call", "action", "demo"}) {
         QTest::newRow(command) << QStringList({command, "--help"})
-                               << QString("usage: mivo-host %1 ").arg(command);
+                               << QString("usage: mivo-host %1").arg(command);
     }
 }
 
@@ -216,18 +216,28 @@ void MivoHostCommandTest::demoRunsThroughAllSteps()
     const Outcome outcome = mivoHost({"demo"});
     int from = 0;
     for (const char* step : {
-             "[main      ] loaded echo 0.1.0 from ",
-             "[main      ] started the thread of the dispatcher and the thread \"echo\" of the "
-             "plug-in\n",
-             "[main      ] bound an action to the slot record",
-             "[dispatcher] delivered the action to echo\n",
-             "[main      ] the plug-in has recorded MivoArg(ArgList: (MivoArg(String: \"hello\") , "
-             " MivoArg(Int: 42) )  )",
-             "it ran in the thread \"echo\" while this one waited\n",
-             "toInt() of the answer is 42\n",
-             "is refused: MivoArg: cannot convert MivoArg::Int to MivoArg::String\n",
-             "echo: fail failed: out of coffee\n",
-             "the timer \"tea\" has fired in the plug-in's thread\n",
+             "[main      ] loaded the plug-in console from ",
+             "[main      ] loaded the plug-in chat from ",
+             "[main      ] loaded the plug-in history from ",
+             "[main      ] started a thread for each plug-in and one for the dispatcher\n",
+             "[console   ] console has asked chat for the contact: MivoArg(Buddy: "
+             "MivoBuddyContact(\n"
+             "\tvalid   :true\n\tdisplay :\"ann\"\n\tid      :\"ann@example.org\"\n)  )\n",
+             "[console   ] console has built the form: MivoField(id: \"text\" type: LineEdit text: "
+             "\"hello\" maxtextlength: 80) MivoField(id: \"send\" type: ) ",
+             "[console   ] console clicks the button \"send\": its action is posted\n",
+             "[dispatcher] chat reads the buddy \"ann\" with toBuddy() and the text \"hello\" with "
+             "toString()\n",
+             "[history   ] chat has handed over a line for the history: ann@example.org: hello\n",
+             "[console   ] console shows: sent to ann as number 1\n",
+             "[dispatcher] the action of chat has been delivered\n",
+             "[main      ] asks history for its count: toInt() of the answer is 1\n",
+             "[main      ] toString() of the same answer is refused: MivoArg: cannot convert "
+             "MivoArg::Int to MivoArg::String\n",
+             "[console   ] console clicks the button \"wrong\": its action is posted\n",
+             "[dispatcher] chat: an action failed: MivoArg: cannot convert MivoArg::String to "
+             "MivoArg::Buddy\n",
+             "[console   ] console shows: the timer \"reminder\" has fired\n",
              "[main      ] shut down: all threads have ended\n",
          }) {
         const int at = int(outcome.out.indexOf(step, from));

@@ -10,6 +10,9 @@
 #include <MivoService.h>
 
 #include <QAtomicInt>
+#include <QCoreApplication>
+#include <QDir>
+#include <QFileInfo>
 
 namespace {
 
@@ -120,7 +123,7 @@ const QList<Command>& commands()
          runCall},
         {"action", "FILE SLOT [KIND:VALUE...]",
          "Posts an action, which the dispatcher delivers in its own thread.", runAction},
-        {"demo", "[FILE]", "Shows a call's whole journey with the echo plug-in, line by line.",
+        {"demo", "", "Shows a call's whole journey through three example plug-ins, line by line.",
          runDemo},
     };
     return all;
@@ -140,4 +143,16 @@ void startHost(MivoHost& host)
     QString error;
     if (!host.start(&error))
         throw Failure(error);
+}
+
+QString examplePlugin(const QString& name)
+{
+    const QDir folder(QCoreApplication::applicationDirPath());
+    for (const char* candidate : {"../plugins", "../lib/mivo/plugins"}) {
+        const QString file
+            = QDir::cleanPath(folder.absoluteFilePath(QString("%1/%2.so").arg(candidate, name)));
+        if (QFileInfo::exists(file))
+            return file;
+    }
+    throw Failure(QString("found no example plug-in %1.so beside mivo-host").arg(name));
 }

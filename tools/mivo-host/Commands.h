@@ -46,6 +46,12 @@ MivoPlugin* loadPlugin(MivoHost& host, const QString& file);
 /** Starts @p host; throws a Failure with the reason. */
 void startHost(MivoHost& host);
 
+/**
+ * The file of the example plug-in @p name in the build tree, or beside an installed mivo-host;
+ * throws a Failure when it is in neither.
+ */
+QString examplePlugin(const QString& name);
+
 /** The command "demo". */
 void runDemo(const QStringList& arguments);
 

@@ -1,49 +1,36 @@
 #include "Commands.h"
 #include "Console.h"
-#include "ValueText.h"
 
 #include <MivoDispatcher.h>
+#include <MivoHostLog.h>
 #include <MivoPlugin.h>
 #include <MivoPluginThread.h>
 
-#include <QCoreApplication>
-#include <QDir>
 #include <QElapsedTimer>
-#include <QFileInfo>
 #include <QSemaphore>
 
 namespace {
 
 const int patienceMs = 5000;
 
-/** The example plug-in in the build tree, or beside an installed mivo-host. */
-QString examplePlugin()
+/** Lets the plug-ins' lines appear among the host's own, each with the thread that it comes from. */
+class SpokenLog
 {
-    const QDir folder(QCoreApplication::applicationDirPath());
-    for (const char* candidate : {"../plugins/echo.so", "../lib/mivo/plugins/echo.so"}) {
-        const QString file = QDir::cleanPath(folder.absoluteFilePath(candidate));
-        if (QFileInfo::exists(file))
-            return file;
-    }
-    throw Failure("found no example plug-in echo.so beside mivo-host; expected its FILE");
-}
+public:
+    SpokenLog() { MivoHostLog::setWriter(Console::say); }
+    ~SpokenLog() { MivoHostLog::setWriter(nullptr); }
 
-QString joined(const QList<MivoArg>& values)
-{
-    QStringList texts;
-    for (const MivoArg& value : values)
-        texts.append(debugText(value).trimmed());
-    return texts.isEmpty() ? QString("nothing") : texts.join(", ");
-}
+private:
+    Q_DISABLE_COPY(SpokenLog)
+};
 
-void waitForTimer(const MivoHost& host, MivoPlugin* plugin, const QString& name)
+void waitUntilShown(const MivoHost& host, MivoPlugin* console, int count)
 {
     QElapsedTimer elapsed;
     elapsed.start();
-    while (!host.call(plugin, "firedTimers", {}).at(0).toStringList().contains(name)) {
+    while (host.call(console, "shown", {}).at(0).toStringList().size() < count) {
         if (elapsed.elapsed() > patienceMs)
-            throw Failure(
-                QString("the timer %1 has not fired within %2 ms").arg(name).arg(patienceMs));
+            throw Failure(QString("nothing has been shown within %1 ms").arg(patienceMs));
         QThread::msleep(10);
     }
 }
@@ -52,60 +39,57 @@ void waitForTimer(const MivoHost& host, MivoPlugin* plugin, const QString& name)
 
 void runDemo(const QStringList& arguments)
 {
-    if (arguments.size() > 1)
-        throw UsageError(
-            QString("found %1 arguments; expected at most one FILE").arg(arguments.size()));
-    const QString file = arguments.isEmpty() ? examplePlugin() : arguments.first();
+    if (!arguments.isEmpty())
+        throw UsageError(QString("found %1 arguments; expected none").arg(arguments.size()));
 
+    const SpokenLog log;
     MivoHost host;
-    MivoPlugin* const plugin = loadPlugin(host, file);
-    Console::say(QString("loaded %1 %2 from %3").arg(plugin->name(), plugin->version(), file));
+    for (const char* name : {"console", "chat", "history"}) {
+        const QString file = examplePlugin(name);
+        const MivoPlugin* const plugin = loadPlugin(host, file);
+        Console::say(QString("loaded the plug-in %1 from %2").arg(plugin->name(), file));
+    }
     startHost(host);
-    Console::say(
-        QString("started the thread of the dispatcher and the thread \"%1\" of the plug-in")
-            .arg(host.threadOf(plugin)->objectName()));
-
+    Console::say("started a thread for each plug-in and one for the dispatcher");
     QSemaphore delivered;
     QObject::connect(
         host.dispatcher(), &MivoDispatcher::delivered, host.dispatcher(),
         [&delivered](MivoPlugin* called) {
-            Console::say(QString("delivered the action to %1").arg(called->name()));
+            Console::say(QString("the action of %1 has been delivered").arg(called->name()));
             delivered.release();
         },
         Qt::DirectConnection);
-    MivoPluginAction action
-        = host.action(plugin, "record", {MivoArg(QString("hello")), MivoArg(42)});
-    Console::say("bound an action to the slot record, with the arguments "
-                 + joined(action.getActionData().mid(1)));
-    action();
-    Console::say("posted it: the call is made from the dispatcher's event loop, not from here");
-    if (!delivered.tryAcquire(1, patienceMs))
-        throw Failure(QString("the action has not been delivered within %1 ms").arg(patienceMs));
-    Console::say("the plug-in has recorded " + joined(host.call(plugin, "recorded", {})));
+    const auto waitUntilDelivered = [&delivered] {
+        if (!delivered.tryAcquire(1, patienceMs))
+            throw Failure(
+                QString("the action has not been delivered within %1 ms").arg(patienceMs));
+    };
+    MivoPlugin* const console = host.findPlugin("console");
+    MivoPlugin* const history = host.findPlugin("history");
 
-    const QString thread = host.call(plugin, "thread", {}).at(0).toString();
+    Console::say("calls console in its own thread and waits: it binds an action and builds a form");
+    host.call(console, "open", {MivoArg(QString("ann@example.org"))});
+
+    Console::say("has the button \"send\" clicked");
+    host.call(console, "click", {MivoArg(QString("send"))});
+    waitUntilDelivered();
+
+    const MivoArg count = host.call(history, "count", {}).at(0);
     Console::say(
-        QString("called the slot thread: it ran in the thread \"%1\" while this one waited")
-            .arg(thread));
-    const QList<MivoArg> sum = host.call(plugin, "sum", {MivoArg(2), MivoArg(40)});
-    Console::say(QString("called the slot sum with 2 and 40: toInt() of the answer is %1")
-                     .arg(sum.first().toInt()));
+        QString("asks history for its count: toInt() of the answer is %1").arg(count.toInt()));
     try {
-        sum.first().toString();
+        count.toString();
     } catch (const std::runtime_error& error) {
         Console::say(QString("toString() of the same answer is refused: %1").arg(error.what()));
     }
-    try {
-        host.call(plugin, "fail", {MivoArg(QString("out of coffee"))});
-    } catch (const MivoHostError& error) {
-        Console::say(
-            QString("called the slot fail, which throws; the host goes on: %1").arg(error.what()));
-    }
 
-    host.call(plugin, "startTimer", {MivoArg(50), MivoArg(QString("tea"))});
-    Console::say("asked the plug-in for a timer \"tea\" of 50 ms");
-    waitForTimer(host, plugin, "tea");
-    Console::say("the timer \"tea\" has fired in the plug-in's thread");
+    Console::say("has the button \"wrong\" clicked, whose action carries a String for the Buddy");
+    host.call(console, "click", {MivoArg(QString("wrong"))});
+    waitUntilDelivered();
+
+    Console::say("has console start a timer of 50 ms");
+    host.call(console, "remind", {MivoArg(50)});
+    waitUntilShown(host, console, 2);
 
     host.shutdown();
     Console::say("shut down: all threads have ended");

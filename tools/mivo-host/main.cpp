@@ -18,7 +18,8 @@ const char valueHelp[]
 QString usageOf(const Command& command)
 {
     QString usage
-        = QString("usage: mivo-host %1 %2\n%3").arg(command.name, command.parameters, command.help);
+        = QString("usage: mivo-host %1 %2").arg(command.name, command.parameters).trimmed() + '\n'
+        + command.help;
     if (QString(command.parameters).contains("KIND:VALUE"))
         usage += QString('\n') + valueHelp;
     return usage;
