@@ -18,7 +18,6 @@
 #include <stdexcept>
 #include <tuple>
 #include <utility>
-#include <vector>
 
 namespace {
 
@@ -199,34 +198,6 @@ struct DeadValue
     void destroy() const { kind->destroy(data); }
 };
 
-/** The dead values that wait for the one whose destruction is under way in this thread. */
-thread_local std::vector<DeadValue>* waitingForDestruction = nullptr;
-
-/**
- * Destroys a value that can hold others without recursing into them: the depth of nesting is the
- * caller's, the size of the stack is not.
- */
-void destroyFlat(const DeadValue& value)
-{
-    if (waitingForDestruction) {
-        try {
-            waitingForDestruction->push_back(value);
-        } catch (const std::bad_alloc&) {
-            value.destroy();
-        }
-        return;
-    }
-    std::vector<DeadValue> waiting;
-    waitingForDestruction = &waiting;
-    value.destroy();
-    while (!waiting.empty()) {
-        const DeadValue next = waiting.back();
-        waiting.pop_back();
-        next.destroy();
-    }
-    waitingForDestruction = nullptr;
-}
-
 } // namespace
 
 MivoArgPrivate::MivoArgPrivate()
@@ -242,7 +213,7 @@ MivoArgPrivate::~MivoArgPrivate()
     if (!value.kind)
         return;
     if (value.kind->holdsVariants)
-        destroyFlat(value);
+        mivoDestroyFlat(value); // the depth of nesting is the caller's, the stack is not
     else
         value.destroy();
 }
