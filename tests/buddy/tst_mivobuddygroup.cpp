@@ -286,6 +286,12 @@ void tst_MivoBuddyGroup::anEntryOfTheListMayBeRemovedByReference()
     QCOMPARE(group.removeBuddy(childrenOf(group).first()), 1);
     QCOMPARE(namesOf(membersOf(group)), QStringList("b"));
 
+    // What takes the place of the removed entry is of another kind.
+    const MivoBuddyContact inMerged = makeContact("c");
+    group.addBuddy(makeMerged(QList<MivoBuddyContact>() << inMerged));
+    QCOMPARE(group.removeBuddy(childrenOf(group).first()), 1);
+    QVERIFY(group.containsContact(inMerged));
+
     const MivoBuddyTemporary temporary = makeTemporary("t");
     group.addBuddy(temporary);
     QCOMPARE(MivoBuddyTemporaryPrivate::get(temporary)->group.removeBuddy(temporary), 1);
