@@ -3,6 +3,7 @@
 #include "MivoCallActionEvent.h"
 #include "MivoCallSlotTimeoutException.h"
 #include "MivoDispatcher.h"
+#include "MivoField.h"
 #include "MivoHostLog.h"
 #include "MivoPlugin.h"
 #include "MivoPluginLoader.h"
@@ -78,6 +79,25 @@ public:
         : isStarted(false)
         , isShutDown(false)
     {
+    }
+
+    /** The thread of one of the host's plug-ins, null for any other. */
+    MivoPluginThread* threadOf(const MivoPlugin* plugin) const
+    {
+        for (int i = 0; i < members.size(); ++i) {
+            if (members.at(i).plugin == plugin)
+                return members.at(i).thread;
+        }
+        return nullptr;
+    }
+
+    /** Throws a MivoHostError when there is none that runs. */
+    MivoPluginThread* runningThreadOf(const MivoPlugin* plugin) const
+    {
+        MivoPluginThread* const thread = threadOf(plugin);
+        if (!thread || !thread->isRunning())
+            throw MivoHostError(QString::fromLatin1("%1 is not running").arg(plugin->name()));
+        return thread;
     }
 
     DispatcherThread dispatcherThread;
@@ -204,11 +224,7 @@ MivoPlugin* MivoHost::findPlugin(const QString& name) const
 
 MivoPluginThread* MivoHost::threadOf(const MivoPlugin* plugin) const
 {
-    for (int i = 0; i < d->members.size(); ++i) {
-        if (d->members.at(i).plugin == plugin)
-            return d->members.at(i).thread;
-    }
-    return nullptr;
+    return d->threadOf(plugin);
 }
 
 MivoDispatcher* MivoHost::dispatcher() const
@@ -221,16 +237,24 @@ QList<MivoArg> MivoHost::call(MivoPlugin* target, const QString& slot,
 {
     if (!target->callSlots().contains(slot))
         throw MivoHostError(noSuchSlot(*target, slot, target->callSlots()));
-    MivoPluginThread* const thread = threadOf(target);
-    if (!thread || !thread->isRunning())
-        throw MivoHostError(QString::fromLatin1("%1 is not running").arg(target->name()));
-
-    QList<MivoArg> answer = MivoWait::callSlot(target, &MivoPlugin::callByName, sender,
-                                               withName(slot, arguments), thread);
+    QList<MivoArg> answer
+        = MivoWait::callSlot(target, &MivoPlugin::callByName, sender, withName(slot, arguments),
+                             d->runningThreadOf(target));
     if (!answer.takeFirst().toBool())
         throw MivoHostError(QString::fromLatin1("%1: %2 failed: %3")
                                 .arg(target->name(), slot, answer.first().toString()));
     return answer;
+}
+
+QList<MivoField> MivoHost::fields(MivoPlugin* target) const
+{
+    const MivoArg answer = MivoWait::callSlot(target, &MivoPlugin::fieldsInThread, nullptr,
+                                              QList<MivoArg>(), d->runningThreadOf(target))
+                               .first();
+    if (answer.getType() != MivoArg::FieldList)
+        throw MivoHostError(QString::fromLatin1("%1: its form cannot be made: %2")
+                                .arg(target->name(), answer.toString()));
+    return answer.toFieldList();
 }
 
 MivoPluginAction MivoHost::action(MivoPlugin* target, const QString& slot,

@@ -8,6 +8,7 @@
 #include <stdexcept>
 
 class MivoDispatcher;
+class MivoField;
 class MivoHostPrivate;
 class MivoPlugin;
 class MivoPluginThread;
@@ -75,6 +76,12 @@ public:
      */
     QList<MivoArg> call(MivoPlugin* target, const QString& slot, const QList<MivoArg>& arguments,
                         MivoPlugin* sender = nullptr) const;
+    /**
+     * The form of a plug-in, made in the plug-in's own thread. Throws a MivoHostError when the
+     * thread is not running or when MivoPlugin::fields() threw, and MivoCallSlotTimeoutException
+     * after 30000 ms without an answer.
+     */
+    QList<MivoField> fields(MivoPlugin* target) const;
     /** An action that runs a slot by name; throws a MivoHostError when there is no such slot. */
     MivoPluginAction action(MivoPlugin* target, const QString& slot,
                             const QList<MivoArg>& arguments) const;

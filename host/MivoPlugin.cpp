@@ -130,6 +130,17 @@ void MivoPlugin::initialiseInThread(MivoPlugin*, QList<MivoArg>& arguments)
     arguments.append(MivoArg(failure));
 }
 
+/** Answers the FieldList, or the String of what went wrong. */
+void MivoPlugin::fieldsInThread(MivoPlugin*, QList<MivoArg>& arguments)
+{
+    arguments.clear();
+    try {
+        arguments.append(MivoArg(fields()));
+    } catch (...) {
+        arguments.append(MivoArg(MivoHostLog::currentException()));
+    }
+}
+
 void MivoPlugin::shutdownInThread(MivoPlugin*, QList<MivoArg>&)
 {
     try {

@@ -48,7 +48,10 @@ public:
     virtual void shutdown();
     /** What the plug-in offers to its users; nothing by default. */
     virtual QList<MivoService> services() const;
-    /** The form of the plug-in's settings; no fields by default. */
+    /**
+     * The form of the plug-in's settings; no fields by default. Called in the plug-in's thread, once
+     * that runs.
+     */
     virtual QList<MivoField> fields() const;
 
     /** The names of the slots that can be called synchronously, in order of declaration. */
@@ -71,8 +74,9 @@ public:
 private:
     friend class MivoHost;
 
-    // What the host posts to the plug-in's thread around its life.
+    // What the host posts to the plug-in's thread.
     void initialiseInThread(MivoPlugin* sender, QList<MivoArg>& arguments);
+    void fieldsInThread(MivoPlugin* sender, QList<MivoArg>& arguments);
     void shutdownInThread(MivoPlugin* sender, QList<MivoArg>& arguments);
 };
 

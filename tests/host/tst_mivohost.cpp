@@ -1,5 +1,6 @@
 #include <MivoCallActionEvent.h>
 #include <MivoDispatcher.h>
+#include <MivoField.h>
 #include <MivoHost.h>
 #include <MivoHostLog.h>
 #include <MivoPlugin.h>
@@ -115,6 +116,28 @@ private:
     MivoHost* host = nullptr;
 };
 
+/** Its form has one label, which names the thread that the form was made in. */
+class FormPlugin : public MivoPlugin
+{
+    Q_OBJECT
+
+public:
+    enum Way { Works, Throws };
+    explicit FormPlugin(Way formWay)
+        : way(formWay)
+    {
+    }
+    QList<MivoField> fields() const override
+    {
+        if (way == Throws)
+            throw std::runtime_error("no paper");
+        return {MivoField(QThread::currentThread()->objectName(), "thread", QString())};
+    }
+
+private:
+    Way way;
+};
+
 /** A subclass compiles as it stands. */
 class PlainPlugin : public MivoPlugin
 {
@@ -160,6 +183,8 @@ private Q_SLOTS:
     void whatASlotThrowsReachesTheCaller();
     void aCallThatCannotBeMadeIsRefused();
     void aPostedCallThatThrowsIsLoggedAndAnswered();
+    void aFormIsMadeInThePluginsThread();
+    void aFormThatCannotBeMadeIsRefused();
     void anActionIsDeliveredInTheDispatchersThread();
     void anActionThatThrowsIsLogged();
     void anActionWithoutItsSlotIsRefused();
@@ -315,6 +340,41 @@ void MivoHostTest::aPostedCallThatThrowsIsLoggedAndAnswered()
     QCOMPARE(answer.size(), 2);
     QCOMPARE(answer.last().toInt(), 7);
     QCOMPARE(takeLog(), QStringList("a: a call failed: thrown directly"));
+}
+
+void MivoHostTest::aFormIsMadeInThePluginsThread()
+{
+    MivoHost host;
+    auto* const plugin = new FormPlugin(FormPlugin::Works);
+    auto* const plain = new PlainPlugin;
+    host.add(plugin);
+    host.add(plain);
+    QVERIFY(host.start());
+    const QList<MivoField> fields = host.fields(plugin);
+    QCOMPARE(fields.size(), 1);
+    QCOMPARE(fields.first().getId(), QString("thread"));
+    QCOMPARE(fields.first().getLabel(), QString("FormPlugin"));
+    QVERIFY(host.fields(plain).isEmpty());
+}
+
+void MivoHostTest::aFormThatCannotBeMadeIsRefused()
+{
+    MivoHost host;
+    auto* const plugin = new FormPlugin(FormPlugin::Throws);
+    host.add(plugin);
+    auto message = [&] {
+        try {
+            host.fields(plugin);
+        } catch (const MivoHostError& error) {
+            return error.message();
+        }
+        return QString("no exception");
+    };
+    QCOMPARE(message(), QString("FormPlugin is not running"));
+    QVERIFY(host.start());
+    QCOMPARE(message(), QString("FormPlugin: its form cannot be made: no paper"));
+    QCOMPARE(message(), QString("FormPlugin: its form cannot be made: no paper"));
+    QCOMPARE(takeLog(), QStringList());
 }
 
 void MivoHostTest::anActionIsDeliveredInTheDispatchersThread()
