@@ -1,27 +1,6 @@
-#include <QtTest>
+#include "MivoHostCommand.h"
 
 namespace {
-
-struct Outcome
-{
-    int status;
-    QString out;
-    QString error;
-};
-
-Outcome mivoHost(const QStringList& arguments)
-{
-    QProcess process;
-    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.insert("LC_ALL", "C");
-    process.setProcessEnvironment(environment);
-    process.start(MIVO_HOST, arguments);
-    if (!process.waitForFinished(60000))
-        return {-1, QString(), "has not ended in time"};
-    return {process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -2,
-            QString::fromUtf8(process.readAllStandardOutput()),
-            QString::fromUtf8(process.readAllStandardError())};
-}
 
 const QString echo = ECHO_PLUGIN;
 const QString fixtures = QString(FIXTURES) + '/';
@@ -148,6 +127,9 @@ void MivoHostCommandTest::wrongUsageShowsTheUsageOfTheCommand_data()
     QTest::newRow("action") << QStringList("action")
                             << "mivo-host action: found 0 arguments; expected FILE and "
                                "SLOT\nusage: mivo-host action FILE SLOT";
+    QTest::newRow("form") << QStringList("form")
+                          << "mivo-host form: found 0 arguments; expected FILE\nusage: mivo-host "
+                             "form FILE [--load in.xml] [--save out.xml] [--set ID=VALUE...]";
     QTest::newRow("demo") << QStringList({"demo", "a", "b"})
                           << "mivo-host demo: found 2 arguments; expected";
 }
@@ -167,7 +149,7 @@ void MivoHostCommandTest::helpIsShownOnRequest_data()
     QTest::addColumn<QStringList>("arguments");
     QTest::addColumn<QString>("begin");
     QTest::newRow("itself") << QStringList("--help") << "usage: mivo-host COMMAND [ARGUMENT...]\n";
-    for (const char* command : {"plugins", "call", "action", "demo"}) {
+    for (const char* command : {"plugins", "call", "action", "form", "demo"}) {
         QTest::newRow(command) << QStringList({command, "--help"})
                                << QString("usage: mivo-host %1").arg(command);
     }

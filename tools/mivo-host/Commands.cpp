@@ -16,6 +16,24 @@
 
 namespace {
 
+const char valueDetails[]
+    = "KIND:VALUE is one of: none, char:A, uchar:N, int:N, uint:N, int64:N, uint64:N, float:X,\n"
+      "double:X, string:TEXT, bool:true, bool:false, pointer:0xN, stringlist:A,B,\n"
+      "pointerlist:0xN,0xN, list:[KIND:VALUE,...]. In lists, a backslash before \\ , [ or ]\n"
+      "makes it a plain character.";
+
+const char formDetails[]
+    = "Whatever the order of the options, the values are loaded, then set; the form is shown, its\n"
+      "buttons are clicked, and last the values are saved, unless something before has failed.\n"
+      "--load  takes over the values of the fields whose id and kind are in the file\n"
+      "--save  writes the values to a file in place of what it held, as a whole or not at all\n"
+      "--set   VALUE is true or false for a check box or radio button, an item's text or its\n"
+      "        index, counted from 0, for a combo box, a number within the limits for a spin box,\n"
+      "        any text for an edit; the ID ends at the first =\n"
+      "--click runs a button's action, in the plug-in that it is for\n"
+      "--with  loads further plug-ins beside this one\n"
+      "Of fields with the same id the first one is loaded, set, clicked and saved.";
+
 void requireAtLeast(const QStringList& arguments, int count, const char* names)
 {
     if (arguments.size() < count)
@@ -98,18 +116,11 @@ void runAction(const QStringList& arguments)
     MivoHost host;
     MivoPlugin* const plugin = loadPlugin(host, arguments.at(0));
     startHost(host);
-    QObject::connect(
-        host.dispatcher(), &MivoDispatcher::delivered, host.dispatcher(),
-        [](MivoPlugin* called) { Console::say(QString("delivered to %1").arg(called->name())); },
-        Qt::DirectConnection);
     MivoPluginAction action = host.action(plugin, arguments.at(1), values);
-    MivoHostLog::setWriter(countAndWrite);
-    action();
-    Console::say("posted");
-    host.shutdown();
-    MivoHostLog::setWriter(nullptr);
-    if (loggedFailures.loadAcquire() > 0)
-        throw Failure("the action failed");
+    deliver(host, [&action] {
+        action();
+        Console::say("posted");
+    });
 }
 
 } // namespace
@@ -117,14 +128,20 @@ void runAction(const QStringList& arguments)
 const QList<Command>& commands()
 {
     static const QList<Command> all = {
-        {"plugins", "FILE...", "Shows what each plug-in offers.", runPlugins},
+        {"plugins", "FILE...", "Shows what each plug-in offers.", nullptr, runPlugins},
         {"call", "FILE SLOT [KIND:VALUE...]",
          "Calls a slot in the plug-in's own thread and prints its answer, a value a line.",
-         runCall},
+         valueDetails, runCall},
         {"action", "FILE SLOT [KIND:VALUE...]",
-         "Posts an action, which the dispatcher delivers in its own thread.", runAction},
+         "Posts an action, which the dispatcher delivers in its own thread.", valueDetails,
+         runAction},
+        {"form",
+         "FILE [--load in.xml] [--save out.xml] [--set ID=VALUE...] [--click ID...] [--with "
+         "FILE...]",
+         "Shows the form of a plug-in; restores, changes and saves its values, clicks its buttons.",
+         formDetails, runForm},
         {"demo", "", "Shows a call's whole journey through three example plug-ins, line by line.",
-         runDemo},
+         nullptr, runDemo},
     };
     return all;
 }
@@ -143,6 +160,20 @@ void startHost(MivoHost& host)
     QString error;
     if (!host.start(&error))
         throw Failure(error);
+}
+
+void deliver(MivoHost& host, const std::function<void()>& post)
+{
+    QObject::connect(
+        host.dispatcher(), &MivoDispatcher::delivered, host.dispatcher(),
+        [](MivoPlugin* called) { Console::say(QString("delivered to %1").arg(called->name())); },
+        Qt::DirectConnection);
+    MivoHostLog::setWriter(countAndWrite);
+    post();
+    host.shutdown();
+    MivoHostLog::setWriter(nullptr);
+    if (loggedFailures.loadAcquire() > 0)
+        throw Failure("the action failed");
 }
 
 QString examplePlugin(const QString& name)

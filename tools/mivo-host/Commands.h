@@ -4,6 +4,7 @@
 #include <MivoArg.h>
 #include <MivoHost.h>
 
+#include <functional>
 #include <stdexcept>
 
 /** A command line that the command does not understand: exit status 2 and the command's usage. */
@@ -35,6 +36,7 @@ struct Command
     const char* name;
     const char* parameters;
     const char* help;
+    const char* details; // further lines of its usage; may be null
     void (*run)(const QStringList& arguments);
 };
 
@@ -47,11 +49,19 @@ MivoPlugin* loadPlugin(MivoHost& host, const QString& file);
 void startHost(MivoHost& host);
 
 /**
+ * Posts actions through @p post, then shuts @p host down, which delivers them; says each delivery.
+ * Throws a Failure when an action failed.
+ */
+void deliver(MivoHost& host, const std::function<void()>& post);
+
+/**
  * The file of the example plug-in @p name in the build tree, or beside an installed mivo-host;
  * throws a Failure when it is in neither.
  */
 QString examplePlugin(const QString& name);
 
+/** The command "form". */
+void runForm(const QStringList& arguments);
 /** The command "demo". */
 void runDemo(const QStringList& arguments);
 

@@ -9,19 +9,13 @@ namespace {
 
 enum ExitStatus { Success = 0, CallFailed = 1, WrongUsage = 2 };
 
-const char valueHelp[]
-    = "KIND:VALUE is one of: none, char:A, uchar:N, int:N, uint:N, int64:N, uint64:N, float:X,\n"
-      "double:X, string:TEXT, bool:true, bool:false, pointer:0xN, stringlist:A,B,\n"
-      "pointerlist:0xN,0xN, list:[KIND:VALUE,...]. In lists, a backslash before \\ , [ or ]\n"
-      "makes it a plain character.";
-
 QString usageOf(const Command& command)
 {
     QString usage
         = QString("usage: mivo-host %1 %2").arg(command.name, command.parameters).trimmed() + '\n'
         + command.help;
-    if (QString(command.parameters).contains("KIND:VALUE"))
-        usage += QString('\n') + valueHelp;
+    if (command.details)
+        usage += QString('\n') + command.details;
     return usage;
 }
 

@@ -1,0 +1,36 @@
+#ifndef MIVOHOSTCOMMAND_H
+#define MIVOHOSTCOMMAND_H
+
+#include <QtTest>
+
+/** How a command ended, and what it has written. */
+struct Outcome
+{
+    int status;
+    QString out;
+    QString error;
+};
+
+/** Runs a @p program in the locale @p locale; a minute is the longest it may take. */
+inline Outcome outcomeOf(const QString& program, const QStringList& arguments,
+                         const QString& locale = "C")
+{
+    QProcess process;
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert("LC_ALL", locale);
+    process.setProcessEnvironment(environment);
+    process.start(program, arguments);
+    if (!process.waitForFinished(60000))
+        return {-1, QString(), "has not ended in time"};
+    return {process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -2,
+            QString::fromUtf8(process.readAllStandardOutput()),
+            QString::fromUtf8(process.readAllStandardError())};
+}
+
+/** Runs mivo-host. */
+inline Outcome mivoHost(const QStringList& arguments, const QString& locale = "C")
+{
+    return outcomeOf(MIVO_HOST, arguments, locale);
+}
+
+#endif

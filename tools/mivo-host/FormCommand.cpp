@@ -1,0 +1,488 @@
+#include "Commands.h"
+#include "Console.h"
+#include "ValueText.h"
+
+#include <MivoField.h>
+#include <MivoField_p.h>
+#include <MivoPlugin.h>
+#include <MivoXmlNode.h>
+
+#include <QFile>
+#include <QHash>
+#include <QLocale>
+#include <QSaveFile>
+#include <QSet>
+#include <QVector>
+#include <QXmlStreamReader>
+
+namespace {
+
+const int widestIdColumn = 24;
+
+struct Change
+{
+    QString id;
+    QString text;
+};
+
+/** What the command line asks for. */
+class FormArguments
+{
+public:
+    explicit FormArguments(const QStringList& arguments);
+
+    QString file;
+    QStringList load; // one file at most, as of save
+    QStringList save;
+    QStringList set;
+    QStringList click;
+    QStringList with;
+    QList<Change> changes;
+
+private:
+    struct Option
+    {
+        const char* name;
+        const char* expected;
+        bool takesSeveral;
+        QStringList FormArguments::*values;
+    };
+    static const Option options[];
+
+    static const Option* findOption(const QString& name);
+};
+
+const FormArguments::Option FormArguments::options[] = {
+    {"--load", "one XML file", false, &FormArguments::load},
+    {"--save", "one file", false, &FormArguments::save},
+    {"--set", "ID=VALUE", true, &FormArguments::set},
+    {"--click", "the ID of a button", true, &FormArguments::click},
+    {"--with", "the FILE of a plug-in", true, &FormArguments::with},
+};
+
+const FormArguments::Option* FormArguments::findOption(const QString& name)
+{
+    for (const Option& option : options) {
+        if (name == option.name)
+            return &option;
+    }
+    return nullptr;
+}
+
+FormArguments::FormArguments(const QStringList& arguments)
+{
+    if (arguments.isEmpty() || arguments.first().startsWith("--"))
+        throw UsageError(
+            QString("found %1; expected FILE")
+                .arg(arguments.isEmpty() ? QString("0 arguments") : arguments.first()));
+    file = arguments.first();
+
+    for (int i = 1; i < arguments.size();) {
+        const Option* const option = findOption(arguments.at(i));
+        if (!option)
+            throw UsageError(QString("found %1; expected --load, --save, --set, --click or --with")
+                                 .arg(arguments.at(i)));
+        QStringList& values = this->*option->values;
+        const int first = ++i;
+        while (i < arguments.size() && !findOption(arguments.at(i)))
+            values.append(arguments.at(i++));
+        QString found;
+        if (i == first)
+            found = "nothing";
+        else if (!option->takesSeveral && values.size() > 1)
+            found = values.join(" and ");
+        else if (values.contains(QString()))
+            found = "an empty text";
+        if (!found.isEmpty())
+            throw UsageError(
+                QString("%1: found %2; expected %3").arg(option->name, found, option->expected));
+    }
+
+    for (const QString& assignment : qAsConst(set)) {
+        const int end = int(assignment.indexOf('='));
+        if (end < 0)
+            throw UsageError(QString("--set: found %1; expected ID=VALUE").arg(assignment));
+        changes.append({assignment.left(end), assignment.mid(end + 1)});
+    }
+}
+
+QString quoted(const QString& text)
+{
+    return debugText(text).trimmed();
+}
+
+QString quoted(const QStringList& texts)
+{
+    QStringList all;
+    for (const QString& text : texts)
+        all.append(quoted(text));
+    return all.join(", ");
+}
+
+QString numberText(double number)
+{
+    return QString::number(number, 'g', QLocale::FloatingPointShortest);
+}
+
+// The values of a file
+
+/** Where the root element's tag ends: where a parser stands when it has found the wrong one. */
+QString rootPosition(const QByteArray& xml)
+{
+    QXmlStreamReader reader(xml);
+    reader.setNamespaceProcessing(false);
+    reader.readNextStartElement();
+    return QString("line %1, column %2").arg(reader.lineNumber()).arg(reader.columnNumber());
+}
+
+MivoXmlNode readValues(const QString& fileName)
+{
+    QFile file(fileName);
+    const bool isOpen = file.open(QIODevice::ReadOnly);
+    const QByteArray xml = isOpen ? file.readAll() : QByteArray();
+    if (file.error() != QFileDevice::NoError)
+        throw Failure(QString("%1: cannot be read: %2").arg(fileName, file.errorString()));
+
+    QString error;
+    const MivoXmlNode root = MivoXmlNode::parse(xml, &error);
+    if (root.isNull())
+        throw Failure(QString("%1: %2").arg(fileName, error));
+    if (root.name() != "fieldlist")
+        throw Failure(QString("%1: %2: found the root element %3; expected \"fieldlist\"")
+                          .arg(fileName, rootPosition(xml), quoted(root.name())));
+    return root;
+}
+
+void writeValues(const QString& fileName, const QList<MivoField>& fields)
+{
+    const QByteArray xml = MivoField::toXml(fields).toXml();
+    QSaveFile file(fileName);
+    // What fails in the flush of its own that commit() makes, commit() takes for written.
+    if (!file.open(QIODevice::WriteOnly) || file.write(xml) != xml.size() || !file.flush()
+        || !file.commit())
+        throw Failure(QString("%1: cannot be written: %2").arg(fileName, file.errorString()));
+}
+
+// The fields of a form
+
+QString kindName(const MivoField& field)
+{
+    switch (int(MivoFieldPrivate::behaviourOf(field.getType()))) { // not all have names
+    case MivoField::None:
+        return "no kind";
+    case MivoField::ComboBox:
+        return "combo box";
+    case MivoField::CheckBox:
+        return "check box";
+    case MivoField::RadioButton:
+        return "radio button";
+    case MivoField::LineEdit:
+        return "line edit";
+    case MivoField::TextEdit:
+        return "text edit";
+    case MivoField::SpinBox:
+        return "spin box";
+    case MivoField::DoubleSpinBox:
+        return "double spin box";
+    case MivoField::Label:
+        return "label";
+    case MivoFieldPrivate::Image:
+        return "image";
+    case MivoField::Button:
+        return "button";
+    default:
+        return QString("kind %1").arg(int(field.getType()));
+    }
+}
+
+bool isButton(const MivoField& field)
+{
+    return field.getType() == MivoField::Button;
+}
+
+bool hasAction(const MivoField& button)
+{
+    return MivoFieldPrivate::get(button)->action.isValid();
+}
+
+bool canBeSet(const MivoField& field)
+{
+    return field.getValue().getType() != MivoArg::None && !field.isReadOnly();
+}
+
+/** Whether the length of the field's text has a limit; 0 and less stand for none. */
+bool hasLongestText(const MivoField& field)
+{
+    return MivoFieldPrivate::behaviourOf(field.getType()) == MivoField::LineEdit
+        && field.getMaxTextLength() > 0;
+}
+
+/** For each field whether it is the first of its id, if it has one: the others are out of reach. */
+QVector<bool> firstsOfTheirIds(const QList<MivoField>& fields)
+{
+    QVector<bool> firsts;
+    QSet<QString> ids;
+    for (const MivoField& field : fields) {
+        const QString id = field.getId();
+        firsts.append(id.isEmpty() || !ids.contains(id));
+        ids.insert(id);
+    }
+    return firsts;
+}
+
+QList<MivoField> withoutLaterOnes(const QList<MivoField>& fields)
+{
+    const QVector<bool> firsts = firstsOfTheirIds(fields);
+    QList<MivoField> kept;
+    for (int i = 0; i < fields.size(); ++i) {
+        if (firsts.at(i))
+            kept.append(fields.at(i));
+    }
+    return kept;
+}
+
+/** The first field of that id; throws a Failure that names those of which @p fits is true. */
+MivoField& findField(QList<MivoField>& fields, const QString& id, bool (*fits)(const MivoField&))
+{
+    QStringList expected;
+    for (MivoField& field : fields) {
+        if (field.getId() == id)
+            return field;
+        if (fits(field) && !expected.contains(field.getId()))
+            expected.append(field.getId());
+    }
+    throw Failure(QString("found no field with the id %1; expected %2")
+                      .arg(quoted(id),
+                           expected.isEmpty() ? QString("nothing, as none can be used here")
+                                              : "one of: " + expected.join(", ")));
+}
+
+// Setting a field
+
+/** Throws a Failure that says what was found in place of what is expected. */
+[[noreturn]] void refuse(const MivoField& field, const QString& found, const QString& expected)
+{
+    throw Failure(QString("%1 (%2): found %3; expected %4")
+                      .arg(field.getId(), kindName(field), found, expected));
+}
+
+void setItem(MivoField& field, const QString& text)
+{
+    const QStringList items = field.getComboBoxItems();
+    int index = int(items.indexOf(text));
+    if (index < 0) {
+        bool isNumber = false;
+        const uint number = text.toUInt(&isNumber);
+        if (!isNumber || text != text.trimmed() || number >= uint(items.size()))
+            refuse(field, quoted(text),
+                   items.isEmpty() ? QString("nothing, as it has no items")
+                                   : QString("one of %1, or an index from 0 to %2")
+                                         .arg(quoted(items), QString::number(items.size() - 1)));
+        index = int(number);
+    }
+    field.setSelectedIndex(unsigned(index));
+}
+
+void setChecked(MivoField& field, const QString& text)
+{
+    if (text != "true" && text != "false")
+        refuse(field, quoted(text), "true or false");
+    field.setChecked(text == "true");
+}
+
+void setText(MivoField& field, const QString& text)
+{
+    if (hasLongestText(field) && text.size() > field.getMaxTextLength())
+        refuse(field, QString("%1 characters").arg(text.size()),
+               QString("at most %1").arg(field.getMaxTextLength()));
+    field.setText(text);
+}
+
+void setInt(MivoField& field, const QString& text)
+{
+    bool isNumber = false;
+    const int value = text.toInt(&isNumber);
+    const int min = field.getSpinBoxMin();
+    const int max = field.getSpinBoxMax();
+    if (!isNumber || text != text.trimmed() || value < min || value > max)
+        refuse(field, quoted(text), QString("a whole number from %1 to %2").arg(min).arg(max));
+    field.setIntValue(value);
+}
+
+void setDouble(MivoField& field, const QString& text)
+{
+    bool isNumber = false;
+    const double value = text.toDouble(&isNumber);
+    const double min = field.getDoubleSpinBoxMin();
+    const double max = field.getDoubleSpinBoxMax();
+    const bool isWithin = value >= min && value <= max; // which a NaN never is
+    if (!isNumber || text != text.trimmed() || !isWithin)
+        refuse(field, quoted(text),
+               QString("a number from %1 to %2").arg(numberText(min), numberText(max)));
+    field.setDoubleValue(value);
+}
+
+void setField(MivoField& field, const QString& text)
+{
+    const MivoArg::Type valueKind = field.getValue().getType();
+    if (valueKind != MivoArg::None && field.isReadOnly())
+        refuse(field, quoted(text), "nothing, as it is read-only");
+    switch (valueKind) {
+    case MivoArg::UInt:
+        return setItem(field, text);
+    case MivoArg::Bool:
+        return setChecked(field, text);
+    case MivoArg::String:
+        return setText(field, text);
+    case MivoArg::Int:
+        return setInt(field, text);
+    case MivoArg::Double:
+        return setDouble(field, text);
+    default:
+        refuse(field, quoted(text), "nothing, as it has no value");
+    }
+}
+
+// Showing a form
+
+QString valueText(const MivoField& field)
+{
+    switch (field.getValue().getType()) {
+    case MivoArg::UInt: {
+        const QString item = field.getSelectedString();
+        return item.isNull() ? QString("no item (index %1)").arg(field.getSelectedIndex())
+                             : quoted(item);
+    }
+    case MivoArg::Bool:
+        return field.isChecked() ? "true" : "false";
+    case MivoArg::String:
+        return quoted(field.getText());
+    case MivoArg::Int:
+        return QString::number(field.getIntValue());
+    case MivoArg::Double:
+        return numberText(field.getDoubleValue());
+    default:
+        return QString();
+    }
+}
+
+/** The kind of the field and all that limits it. */
+QString kindText(MivoField field, bool isFirstOfItsId)
+{
+    QString text = kindName(field);
+    if (field.isNull())
+        return text;
+    if (hasLongestText(field))
+        text += QString(", at most %1 characters").arg(field.getMaxTextLength());
+    if (field.getType() == MivoField::SpinBox)
+        text += QString(", %1 to %2").arg(field.getSpinBoxMin()).arg(field.getSpinBoxMax());
+    if (field.getType() == MivoField::DoubleSpinBox)
+        text += QString(", %1 to %2")
+                    .arg(numberText(field.getDoubleSpinBoxMin()),
+                         numberText(field.getDoubleSpinBoxMax()));
+    if (field.getType() == MivoField::ComboBox && !field.getComboBoxItems().isEmpty())
+        text += " of " + quoted(field.getComboBoxItems());
+    if (field.getType() == MivoFieldPrivate::Image)
+        text += QString(", %1 bytes").arg(field.getImgData().size());
+    if (isButton(field) && !hasAction(field))
+        text += ", without an action";
+    if (field.isReadOnly())
+        text += ", read-only";
+    if (!field.getVisible())
+        text += ", hidden";
+    if (!isFirstOfItsId)
+        text += ", another field has this id before";
+    return text;
+}
+
+QString fieldText(const MivoField& field, int idWidth, bool isFirstOfItsId)
+{
+    const QString label = field.getLabel().simplified();
+    const QString value = valueText(field);
+    QString text = label;
+    if (!value.isNull())
+        text += label.isEmpty() ? value : ": " + value;
+    if (!text.isEmpty())
+        text += ' ';
+    return QString("  %1  %2(%3)")
+        .arg(field.getId().leftJustified(idWidth), text, kindText(field, isFirstOfItsId));
+}
+
+void show(const MivoPlugin& plugin, const QList<MivoField>& fields)
+{
+    const QVector<bool> firsts = firstsOfTheirIds(fields);
+    int idWidth = 0;
+    for (const MivoField& field : fields)
+        idWidth = qMax(idWidth, qMin(int(field.getId().size()), widestIdColumn));
+
+    QStringList groups;
+    QHash<QString, QStringList> lines;
+    for (int i = 0; i < fields.size(); ++i) {
+        const QString group = fields.at(i).getGroup();
+        if (!lines.contains(group))
+            groups.append(group);
+        lines[group].append(fieldText(fields.at(i), idWidth, firsts.at(i)));
+    }
+
+    Console::out(QString("%1 %2").arg(plugin.name(), plugin.version()).trimmed());
+    if (fields.isEmpty())
+        Console::out("  no fields");
+    for (const QString& group : qAsConst(groups)) {
+        Console::out(QString('\n')
+                     + (group.isEmpty() ? QString("(no group)") : group.simplified()));
+        for (const QString& line : qAsConst(lines[group]))
+            Console::out(line);
+    }
+}
+
+/** The buttons of these ids. */
+QList<MivoField> findButtons(QList<MivoField>& fields, const QStringList& ids)
+{
+    QList<MivoField> buttons;
+    for (const QString& id : ids) {
+        const MivoField& field = findField(fields, id, isButton);
+        if (!isButton(field))
+            refuse(field, "a click", "one on a button");
+        buttons.append(field);
+    }
+    return buttons;
+}
+
+void click(MivoHost& host, QList<MivoField> buttons)
+{
+    deliver(host, [&buttons] {
+        for (MivoField& button : buttons) {
+            button.clicked();
+            Console::say(QString(hasAction(button) ? "clicked %1" : "clicked %1: it has no action")
+                             .arg(button.getId()));
+        }
+    });
+}
+
+} // namespace
+
+void runForm(const QStringList& arguments)
+{
+    const FormArguments asked(arguments);
+    const MivoXmlNode values
+        = asked.load.isEmpty() ? MivoXmlNode() : readValues(asked.load.first());
+
+    MivoHost host;
+    MivoPlugin* const plugin = loadPlugin(host, asked.file);
+    for (const QString& file : asked.with)
+        loadPlugin(host, file);
+    startHost(host);
+
+    QList<MivoField> fields = host.fields(plugin);
+    if (!values.isNull())
+        fields = MivoField::fromXml(fields, values);
+    for (const Change& change : asked.changes)
+        setField(findField(fields, change.id, canBeSet), change.text);
+    const QList<MivoField> buttons = findButtons(fields, asked.click);
+
+    show(*plugin, fields);
+    if (!buttons.isEmpty())
+        click(host, buttons);
+    if (!asked.save.isEmpty())
+        writeValues(asked.save.first(), withoutLaterOnes(fields));
+}
