@@ -193,14 +193,12 @@ bool MivoBuddyContainer::containsContact(const MivoBuddyContact& contact) const
 {
     if (!isValid())
         return false;
-    QList<MivoBuddy> members;
     {
         const QMutexLocker indexLocker(&index->mutex);
         if (contact.getType() == MivoBuddy::Contact && holds(contact))
             return true;
         if (index->nested == 0)
             return false;
-        members = *children;
     }
     const bool isGroup = self.getType() == MivoBuddy::Group;
     if (isGroup) {
@@ -209,8 +207,17 @@ bool MivoBuddyContainer::containsContact(const MivoBuddyContact& contact) const
         if (parent.isValid() && lookUp(parent) && parent.containsContact(contact))
             return true;
     }
-    for (int i = 0; i < members.size(); ++i) {
-        const MivoBuddy& member = members.at(i);
+    QList<MivoBuddy> nested; // not a shared copy of the list, which may be changed meanwhile
+    {
+        const QMutexLocker indexLocker(&index->mutex);
+        for (int i = 0; i < children->size(); ++i) {
+            const MivoBuddy& member = children->at(i);
+            if (isNested(member.getType()))
+                nested.append(member);
+        }
+    }
+    for (int i = 0; i < nested.size(); ++i) {
+        const MivoBuddy& member = nested.at(i);
         if (member.getType() == MivoBuddy::Merged
             && MivoBuddyMerged(member).containsContact(contact))
             return true;
