@@ -96,8 +96,15 @@ private Q_SLOTS:
 void tst_MivoBuddyScale::addingTenTimesAsManyTakesAtMostTwelveTimesAsLong()
 {
     const QList<MivoBuddyContact> contacts = makeContacts(100000);
-    const double few = timeOfAdding(contacts, 10000) / 10;
-    const double many = timeOfAdding(contacts, 100000);
+    double few = 0;
+    double many = 0;
+    // What else runs on the machine can only make it slower: a few attempts even that out.
+    for (int attempt = 0; attempt < 10 && (attempt == 0 || many > 12 * few); ++attempt) {
+        const double fewNow = timeOfAdding(contacts, 10000) / 10;
+        const double manyNow = timeOfAdding(contacts, 100000);
+        few = attempt == 0 ? fewNow : std::min(few, fewNow);
+        many = attempt == 0 ? manyNow : std::min(many, manyNow);
+    }
     qInfo("10,000: %.1f ms, 100,000: %.1f ms, ratio %.1f", few / 1e6, many / 1e6, many / few);
     QVERIFY(few > 0 && many > 0);
     QVERIFY2(many <= 12 * few, qPrintable(QString::number(many / few)));
