@@ -132,6 +132,9 @@ void MivoHostCommandTest::wrongUsageShowsTheUsageOfTheCommand_data()
                              "form FILE [--load in.xml] [--save out.xml] [--set ID=VALUE...]";
     QTest::newRow("demo") << QStringList({"demo", "a", "b"})
                           << "mivo-host demo: found 2 arguments; expected";
+    QTest::newRow("frames") << QStringList({"frames", "--speed", "1"})
+                            << "mivo-host frames: found \"--speed\"; expected one of --size, "
+                               "--ratio, --seconds, --png\nusage: mivo-host frames [--size WxH] ";
 }
 
 void MivoHostCommandTest::wrongUsageShowsTheUsageOfTheCommand()
@@ -149,7 +152,7 @@ void MivoHostCommandTest::helpIsShownOnRequest_data()
     QTest::addColumn<QStringList>("arguments");
     QTest::addColumn<QString>("begin");
     QTest::newRow("itself") << QStringList("--help") << "usage: mivo-host COMMAND [ARGUMENT...]\n";
-    for (const char* command : {"plugins", "call", "action", "form", "demo"}) {
+    for (const char* command : {"plugins", "call", "action", "form", "demo", "frames"}) {
         QTest::newRow(command) << QStringList({command, "--help"})
                                << QString("usage: mivo-host %1").arg(command);
     }

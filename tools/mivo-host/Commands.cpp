@@ -34,6 +34,10 @@ const char formDetails[]
       "--with  loads further plug-ins beside this one\n"
       "Of fields with the same id the first one is loaded, set, clicked and saved.";
 
+const char framesDetails[]
+    = "The frames have the largest size of the ratio (4:3) that fits into the size (640x480). They\n"
+      "run for N seconds (3), and one of them is written to FILE.";
+
 void requireAtLeast(const QStringList& arguments, int count, const char* names)
 {
     if (arguments.size() < count)
@@ -142,6 +146,9 @@ const QList<Command>& commands()
          formDetails, runForm},
         {"demo", "", "Shows a call's whole journey through three example plug-ins, line by line.",
          nullptr, runDemo},
+        {"frames", "[--size WxH] [--ratio W:H] [--seconds N] [--png FILE]",
+         "Sends test frames from one plug-in to another, which checks them and measures the rate.",
+         framesDetails, runFrames},
     };
     return all;
 }

@@ -64,5 +64,7 @@ QString examplePlugin(const QString& name);
 void runForm(const QStringList& arguments);
 /** The command "demo". */
 void runDemo(const QStringList& arguments);
+/** The command "frames". */
+void runFrames(const QStringList& arguments);
 
 #endif
