@@ -7,6 +7,7 @@
 
 #include <QtTest>
 
+#include <cstring>
 #include <limits>
 
 namespace {

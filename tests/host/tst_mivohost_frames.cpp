@@ -195,9 +195,9 @@ void MivoHostFramesTest::aFailureIsOneSentence_data()
         << "frames_producer: start failed: the ladder of the ratio 1000 has no frame size for "
            "640x480";
     QTest::newRow("a ratio whose first size with a height is too wide")
-        << QStringList({"--ratio", "100:1", "--size", "1599x1000"})
+        << QStringList({"--ratio", "100:1", "--size", "1551x1000"})
         << "frames_producer: start failed: the ladder of the ratio 100 has no frame size for "
-           "1599x1000";
+           "1551x1000";
 }
 
 void MivoHostFramesTest::aFailureIsOneSentence()
