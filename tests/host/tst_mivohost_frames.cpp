@@ -11,15 +11,20 @@ struct Outcome
     QString error;
 };
 
-Outcome frames(const QStringList& arguments)
+Outcome run(const QString& program, const QStringList& arguments)
 {
     QProcess process;
-    process.start(MIVO_HOST, QStringList("frames") + arguments);
+    process.start(program, arguments);
     if (!process.waitForFinished(60000))
         return {-1, QString(), "has not ended in time"};
     return {process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -2,
             QString::fromUtf8(process.readAllStandardOutput()),
             QString::fromUtf8(process.readAllStandardError())};
+}
+
+Outcome frames(const QStringList& arguments)
+{
+    return run(MIVO_HOST, QStringList("frames") + arguments);
 }
 
 struct Picture
@@ -67,6 +72,7 @@ private Q_SLOTS:
     void theFramesAreCountedTimedAndShown();
     void theSizeFitsTheRatio();
     void aPictureReplacesTheOneBefore();
+    void aPictureThatCannotBeFinishedLeavesTheOneBefore();
     void wrongUsageIsExplained_data();
     void wrongUsageIsExplained();
     void aFailureIsOneSentence_data();
@@ -148,6 +154,26 @@ void MivoHostFramesTest::aPictureReplacesTheOneBefore()
     QCOMPARE(outcome.status, 0);
     QCOMPARE(readPng(name).size, QSize(64, 48));
     QCOMPARE(QDir(folder.path()).entryList(QDir::Files | QDir::Hidden).size(), 1);
+}
+
+void MivoHostFramesTest::aPictureThatCannotBeFinishedLeavesTheOneBefore()
+{
+    const QTemporaryDir folder;
+    const QString name = folder.filePath("frame.png");
+    QFile old(name);
+    QVERIFY(old.open(QIODevice::WriteOnly) && old.write("old") == 3);
+    old.close();
+    // No file may grow, as on a full disk.
+    const Outcome outcome
+        = run("/bin/sh",
+              {"-c", "trap '' XFSZ; ulimit -f 0; exec \"$0\" frames --seconds 1 --png \"$1\"",
+               MIVO_HOST, name});
+    QCOMPARE(outcome.error,
+             QString("mivo-host frames: %1: cannot write the picture: File too large\n").arg(name));
+    QCOMPARE(outcome.status, 1);
+    QVERIFY(old.open(QIODevice::ReadOnly));
+    QCOMPARE(old.readAll(), QByteArray("old"));
+    QCOMPARE(QDir(folder.path()).entryList(QDir::Files | QDir::Hidden), QStringList("frame.png"));
 }
 
 void MivoHostFramesTest::wrongUsageIsExplained_data()
