@@ -1,5 +1,17 @@
 #include "MivoArg.h"
 
+#include "MivoAccountConnection.h"
+#include "MivoBuddyResource.h"
+#include "MivoBuddyResourceType.h"
+#include "MivoField.h"
+#include "MivoGuiEventsReceiver.h"
+#include "MivoPresence.h"
+#include "MivoPresenceType.h"
+#include "MivoService.h"
+#include "MivoVideoClip.h"
+#include "MivoXmlNode.h"
+
+#include "TestBuddies.h"
 #include "TestErrors.h"
 #include "TestPlugin.h"
 #include "TestThreads.h"
@@ -31,6 +43,46 @@ QString longName(const char* kind)
 int pointee = 0;
 TestPlugin pluginA;
 TestPlugin pluginB;
+MivoAccountConnection accountA("a", "A");
+MivoAccountConnection accountB("b", "B");
+MivoGuiEventsReceiver receiverA;
+MivoGuiEventsReceiver receiverB;
+MivoPresenceType presenceType;
+MivoBuddyResourceType resourceTypeA("a", QString());
+MivoBuddyResourceType resourceTypeB("b", QString());
+
+MivoPluginAction actionWith(const MivoArg& argument)
+{
+    return MivoPluginAction(&pluginA, TestPlugin::action(&TestPlugin::act),
+                            QList<MivoArg>() << argument);
+}
+
+MivoField spinBox(int value)
+{
+    return MivoField("label", "id", 10, 0, value, "group");
+}
+
+MivoVideoClip clip(const QString& source)
+{
+    MivoVideoClip clip;
+    clip.width = 640;
+    clip.height = 480;
+    clip.framesPerSecond = 25;
+    clip.durationMs = 0x100000001ULL;
+    clip.source = source;
+    return clip;
+}
+
+bool isSameClip(const MivoVideoClip& a, const MivoVideoClip& b)
+{
+    return a.width == b.width && a.height == b.height && a.framesPerSecond == b.framesPerSecond
+        && a.durationMs == b.durationMs && a.source == b.source;
+}
+
+MivoService service(const QString& name)
+{
+    return MivoService(name, "display", "protocol", actionWith(1));
+}
 
 /** What a kind is tried with. Both functions make a new record at each call. */
 struct Sample
@@ -71,11 +123,30 @@ const QList<Sample>& samples()
         sample<QList<void*>>(MivoArg::PointerList, &MivoArg::toPointerList, {&pointee, nullptr},
                              {nullptr, &pointee}),
         sample<MivoPlugin*>(MivoArg::Plugin, &MivoArg::toPlugin, &pluginA, &pluginB),
-        sample<MivoPluginAction>(
-            MivoArg::PluginAction, &MivoArg::toPluginAction,
-            MivoPluginAction(&pluginA, TestPlugin::action(&TestPlugin::act), {1, QString("a")}),
-            MivoPluginAction(&pluginA, TestPlugin::action(&TestPlugin::act), {1, QString("b")})),
+        sample<MivoField>(MivoArg::Field, &MivoArg::toField, spinBox(5), spinBox(6)),
+        sample<QList<MivoField>>(MivoArg::FieldList, &MivoArg::toFieldList,
+                                 {spinBox(5), spinBox(6)}, {spinBox(6), spinBox(5)}),
+        sample<MivoXmlNode>(MivoArg::XmlNode, &MivoArg::toXmlNode, MivoXmlNode("a"),
+                            MivoXmlNode("a")),
+        sample<MivoBuddy>(MivoArg::Buddy, &MivoArg::toBuddy, makeContact("a"), makeContact("a")),
+        sample<MivoBuddyResource>(MivoArg::BuddyResource, &MivoArg::toBuddyResource,
+                                  MivoBuddyResource(&resourceTypeA, MivoPresence()),
+                                  MivoBuddyResource(&resourceTypeB, MivoPresence())),
+        sample<MivoAccountConnection*>(MivoArg::Account, &MivoArg::toAccount, &accountA, &accountB),
+        sample<MivoPluginAction>(MivoArg::PluginAction, &MivoArg::toPluginAction,
+                                 actionWith(QString("a")), actionWith(QString("b"))),
+        sample<MivoPresence>(MivoArg::Presence, &MivoArg::toPresence,
+                             MivoPresence(&presenceType, "a"), MivoPresence(&presenceType, "b")),
+        sample<MivoGuiEventsReceiver*>(MivoArg::GuiEventsReceiver, &MivoArg::toGuiEventsReceiver,
+                                       &receiverA, &receiverB, false),
+        {MivoArg::VideoClip, [] { return MivoArg(clip("a")); }, [] { return MivoArg(clip("b")); },
+         [](const MivoArg& arg) { return isSameClip(arg.toVideoClip(), clip("a")); }, false},
         sample<QList<MivoArg>>(MivoArg::ArgList, &MivoArg::toArgList, {1, 2}, {1}, false),
+        sample<MivoService>(MivoArg::Service, &MivoArg::toService, service("a"), service("b"),
+                            false),
+        sample<QList<MivoService>>(MivoArg::ServiceList, &MivoArg::toServiceList,
+                                   {service("a"), service("b")}, {service("b"), service("a")},
+                                   false),
     };
     return all;
 }
@@ -131,7 +202,12 @@ MivoArg deeplyNested(int depth, const std::function<MivoArg(const QList<MivoArg>
     return arg;
 }
 
+/** Makes a value that shares the given text. */
+using MakeHolding = MivoArg (*)(const QString&);
+
 } // namespace
+
+Q_DECLARE_METATYPE(MakeHolding)
 
 class tst_MivoArg : public QObject
 {
@@ -148,11 +224,15 @@ private Q_SLOTS:
     void everyListedTypeConvertsImplicitly();
     void pluginThatPassesItselfIsAPlugin();
 
+    void everyKindThatIsMadeIsTried();
     void valueReadsAsItWasMade_data();
     void valueReadsAsItWasMade();
     void limitsOfTheNumbersSurvive();
     void nullAndEmptyTextsStayApart();
     void accessorAnswersACopy();
+    void handlesReferToWhatTheyWereMadeFrom();
+    void videoClipIsCopiedFieldByField();
+    void serviceIsKeptWhole();
     void anotherKindsAccessorThrowsAndKeepsTheValue_data();
     void anotherKindsAccessorThrowsAndKeepsTheValue();
 
@@ -181,6 +261,8 @@ private Q_SLOTS:
     void swapExchangesAnyKinds();
 
     void heldValueEndsWithTheLastCopy();
+    void heldValueIsDestroyedExactlyOnce_data();
+    void heldValueIsDestroyedExactlyOnce();
     void pointerKindsNeverTouchThePointee();
     void unknownKindFreesTheRecordOnly_data();
     void unknownKindFreesTheRecordOnly();
@@ -293,8 +375,19 @@ void tst_MivoArg::everyListedTypeConvertsImplicitly()
     static_assert(std::is_convertible<void*, MivoArg>::value, "");
     static_assert(std::is_convertible<QList<void*>, MivoArg>::value, "");
     static_assert(std::is_convertible<MivoPlugin*, MivoArg>::value, "");
+    static_assert(std::is_convertible<MivoField, MivoArg>::value, "");
+    static_assert(std::is_convertible<QList<MivoField>, MivoArg>::value, "");
+    static_assert(std::is_convertible<MivoXmlNode, MivoArg>::value, "");
+    static_assert(std::is_convertible<MivoBuddy, MivoArg>::value, "");
+    static_assert(std::is_convertible<MivoBuddyResource, MivoArg>::value, "");
+    static_assert(std::is_convertible<MivoAccountConnection*, MivoArg>::value, "");
     static_assert(std::is_convertible<MivoPluginAction, MivoArg>::value, "");
+    static_assert(std::is_convertible<MivoPresence, MivoArg>::value, "");
+    static_assert(std::is_convertible<MivoGuiEventsReceiver*, MivoArg>::value, "");
+    static_assert(std::is_convertible<MivoVideoClip, MivoArg>::value, "");
     static_assert(std::is_convertible<QList<MivoArg>, MivoArg>::value, "");
+    static_assert(std::is_convertible<MivoService, MivoArg>::value, "");
+    static_assert(std::is_convertible<QList<MivoService>, MivoArg>::value, "");
 }
 
 void tst_MivoArg::pluginThatPassesItselfIsAPlugin()
@@ -304,6 +397,18 @@ void tst_MivoArg::pluginThatPassesItselfIsAPlugin()
     QCOMPARE(arg.toPlugin(), static_cast<MivoPlugin*>(&pluginA));
     QObject object;
     QCOMPARE(MivoArg(&object).getType(), MivoArg::Pointer);
+}
+
+void tst_MivoArg::everyKindThatIsMadeIsTried()
+{
+    QList<int> kinds;
+    for (const Sample& each : samples())
+        kinds << each.kind;
+    QList<int> expected;
+    for (int kind = MivoArg::Char; kind < MivoArg::Undefined; ++kind)
+        expected << kind;
+    QCOMPARE(kinds, expected);
+    QCOMPARE(anyKind().size(), 30); // with None, Undefined and a number that is no kind
 }
 
 void tst_MivoArg::valueReadsAsItWasMade_data()
@@ -372,6 +477,77 @@ void tst_MivoArg::accessorAnswersACopy()
     elements.append(1);
     QCOMPARE(list.toArgList().size(), 1);
     QCOMPARE(MivoArgPrivate::get(list.toArgList().at(0)), MivoArgPrivate::get(arg));
+}
+
+void tst_MivoArg::handlesReferToWhatTheyWereMadeFrom()
+{
+    const MivoBuddyContact contact = makeContact("ann");
+    const MivoArg buddyArg{MivoBuddy(contact)};
+    QVERIFY(buddyArg.toBuddy() == contact);
+    QCOMPARE(MivoBuddyPrivate::get(buddyArg.toBuddy()), MivoBuddyPrivate::get(contact));
+    QCOMPARE(buddyArg.toBuddy().getType(), MivoBuddy::Contact);
+    QCOMPARE(handlesOf(contact), 2);
+    QVERIFY(!MivoArg(MivoBuddy()).toBuddy().isValid());
+
+    MivoXmlNode element("a");
+    const MivoArg nodeArg(element);
+    QVERIFY(nodeArg.toXmlNode() == element);
+    nodeArg.toXmlNode().setAttribute("written", QString("through the variant"));
+    QCOMPARE(element.getAttribute("written"), QString("through the variant"));
+    element.addChild("later");
+    QVERIFY(!nodeArg.toXmlNode().getChild("later").isNull());
+    QVERIFY(MivoArg(MivoXmlNode()).toXmlNode().isNull());
+    QVERIFY(MivoArg(MivoXmlNode()) == MivoArg(MivoXmlNode()));
+    // The document lives on in the variant.
+    element = MivoXmlNode();
+    QCOMPARE(nodeArg.toXmlNode().name(), QString("a"));
+
+    const MivoBuddyResource resource(&resourceTypeA, MivoPresence(&presenceType, "here"));
+    QCOMPARE(MivoArg(resource).toBuddyResource().getName(), QString("a"));
+    QCOMPARE(MivoArg(resource).toBuddyResource().getPresence().getDescription(), QString("here"));
+    QVERIFY(MivoArg(resource) == MivoArg(MivoBuddyResource(&resourceTypeA, MivoPresence())));
+    QCOMPARE(MivoArg(MivoPresence(&presenceType, "here")).toPresence().getDescription(),
+             QString("here"));
+
+    const MivoPluginAction action = MivoArg(actionWith(7)).toPluginAction();
+    QVERIFY(action.isValid());
+    QCOMPARE(action.getActionData().at(0).toInt(), 7);
+    QVERIFY(MivoArg(actionWith(7))
+            != MivoArg(MivoPluginAction(&pluginB, TestPlugin::action(&TestPlugin::act),
+                                        QList<MivoArg>() << 7)));
+}
+
+void tst_MivoArg::videoClipIsCopiedFieldByField()
+{
+    static_assert(offsetof(MivoVideoClip, width) == 0, "");
+    static_assert(offsetof(MivoVideoClip, height) == 4, "");
+    static_assert(offsetof(MivoVideoClip, framesPerSecond) == 8, "");
+    static_assert(offsetof(MivoVideoClip, durationMs) == 16, "");
+    static_assert(offsetof(MivoVideoClip, source) == 24, "");
+    MivoVideoClip made = clip("file");
+    const MivoArg arg(made);
+    made.width = 1;
+    const MivoVideoClip read = arg.toVideoClip();
+    QCOMPARE(read.width, 640);
+    QCOMPARE(read.height, 480);
+    QCOMPARE(read.framesPerSecond, 25);
+    QCOMPARE(read.durationMs, Q_UINT64_C(0x100000001));
+    QCOMPARE(read.source, QString("file"));
+}
+
+void tst_MivoArg::serviceIsKeptWhole()
+{
+    const QList<MivoService> read
+        = MivoArg(QList<MivoService>() << service("a") << service("b")).toServiceList();
+    QCOMPARE(read.size(), 2);
+    for (const MivoService& each :
+         {MivoArg(service("a")).toService(), read.at(0), MivoArg(read.at(0)).toService()}) {
+        QCOMPARE(each.getName(), QString("a"));
+        QCOMPARE(each.getDisplayName(), QString("display"));
+        QCOMPARE(each.getProtocol(), QString("protocol"));
+        QVERIFY(each.getAction() == actionWith(1));
+    }
+    QCOMPARE(read.at(1).getName(), QString("b"));
 }
 
 void tst_MivoArg::anotherKindsAccessorThrowsAndKeepsTheValue_data()
@@ -683,6 +859,60 @@ void tst_MivoArg::heldValueEndsWithTheLastCopy()
     QCOMPARE(handlesOf(inner), 1);
 }
 
+void tst_MivoArg::heldValueIsDestroyedExactlyOnce_data()
+{
+    QTest::addColumn<MakeHolding>("holding");
+    const auto row = [](const char* name, MakeHolding holding) { QTest::newRow(name) << holding; };
+    row("String", [](const QString& text) { return MivoArg(text); });
+    row("StringList", [](const QString& text) { return MivoArg(QStringList() << text); });
+    row("Field", [](const QString& text) { return MivoArg(MivoField(text, "id", "group")); });
+    row("FieldList", [](const QString& text) {
+        return MivoArg(QList<MivoField>() << MivoField(text, "id", "group"));
+    });
+    row("XmlNode", [](const QString& text) {
+        MivoXmlNode node("a");
+        node.insertData(text);
+        return MivoArg(node);
+    });
+    row("Buddy", [](const QString& text) { return MivoArg(MivoBuddy(MivoBuddyGroup(text))); });
+    row("BuddyResource", [](const QString& text) {
+        return MivoArg(MivoBuddyResource(&resourceTypeA, MivoPresence(&presenceType, text)));
+    });
+    row("PluginAction", [](const QString& text) { return MivoArg(actionWith(text)); });
+    row("Presence", [](const QString& text) { return MivoArg(MivoPresence(&presenceType, text)); });
+    row("VideoClip", [](const QString& text) { return MivoArg(clip(text)); });
+    row("ArgList", [](const QString& text) { return MivoArg(QList<MivoArg>() << text); });
+    row("Service", [](const QString& text) { return MivoArg(service(text)); });
+    row("ServiceList",
+        [](const QString& text) { return MivoArg(QList<MivoService>() << service(text)); });
+}
+
+void tst_MivoArg::heldValueIsDestroyedExactlyOnce()
+{
+    QFETCH(MakeHolding, holding);
+    // The text is shared by the held value and by one other: destroyed twice, the value would take
+    // the other's share as well.
+    QString text = QString("shared").repeated(2);
+    text.detach();
+    QString other = text;
+    {
+        MivoArg arg = holding(text);
+        {
+            const MivoArg copy(arg);
+            MivoArg target;
+            target = copy;
+            const MivoArg moved(std::move(target));
+        }
+        other = QString();
+        QVERIFY(!text.isDetached());
+        other = text;
+        arg = MivoArg(arg);
+    }
+    QVERIFY(!text.isDetached());
+    other = QString();
+    QVERIFY(text.isDetached());
+}
+
 void tst_MivoArg::pointerKindsNeverTouchThePointee()
 {
     // Neither address can be read or freed.
@@ -697,6 +927,19 @@ void tst_MivoArg::pointerKindsNeverTouchThePointee()
         QVERIFY(addresses == MivoArg(QList<void*>() << nowhere));
         address = MivoArg(static_cast<void*>(nullptr));
         plugin = MivoArg(static_cast<MivoPlugin*>(nullptr));
+
+        MivoAccountConnection* const noAccount
+            = reinterpret_cast<MivoAccountConnection*>(quintptr(8));
+        MivoArg account(noAccount);
+        QVERIFY(account.toAccount() == noAccount);
+        QVERIFY(account == MivoArg(noAccount));
+        account = MivoArg(static_cast<MivoAccountConnection*>(nullptr));
+        MivoGuiEventsReceiver* const noReceiver
+            = reinterpret_cast<MivoGuiEventsReceiver*>(quintptr(8));
+        MivoArg receiver(noReceiver);
+        QVERIFY(receiver.toGuiEventsReceiver() == noReceiver);
+        QVERIFY(receiver != MivoArg(noReceiver));
+        receiver = MivoArg(static_cast<MivoGuiEventsReceiver*>(nullptr));
     }
     QPointer<TestPlugin> guard(new TestPlugin);
     guard->asArgument();
@@ -750,13 +993,21 @@ void tst_MivoArg::depthOfNestingIsNotLimitedByTheStack()
     QFETCH(bool, actions);
     const int depth = 100000;
     int seenDepth = 0;
+    bool isEqualToItsCopy = false;
+    bool isEqualToAnother = false;
     const auto work = [&] {
-        bool action = false;
-        MivoArg arg = deeplyNested(depth, [&](const QList<MivoArg>& list) {
-            action = actions && !action;
-            return action ? MivoArg(MivoPluginAction(&pluginA, nullptr, list)) : MivoArg(list);
-        });
+        const auto nested = [&] {
+            bool action = false;
+            return deeplyNested(depth, [&](const QList<MivoArg>& list) {
+                action = actions && !action;
+                return action ? MivoArg(MivoPluginAction(&pluginA, nullptr, list)) : MivoArg(list);
+            });
+        };
+        MivoArg arg = nested();
         const MivoArg copy(arg);
+        isEqualToItsCopy = copy == arg;
+        if (!actions)
+            isEqualToAnother = arg == nested();
         MivoArg cursor;
         swap(cursor, arg);
         while (cursor.getType() != MivoArg::Int) {
@@ -769,6 +1020,8 @@ void tst_MivoArg::depthOfNestingIsNotLimitedByTheStack()
     };
     runInThread(work, 256 * 1024);
     QCOMPARE(seenDepth, depth);
+    QVERIFY(isEqualToItsCopy);
+    QVERIFY(!isEqualToAnother);
 }
 
 void tst_MivoArg::listsOfMixedKindsCanBeEdited()

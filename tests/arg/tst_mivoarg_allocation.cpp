@@ -1,5 +1,12 @@
 #include "MivoArg.h"
-#include "MivoPluginAction.h"
+#include "MivoBuddy.h"
+#include "MivoBuddyGroup.h"
+#include "MivoBuddyResource.h"
+#include "MivoField.h"
+#include "MivoPresence.h"
+#include "MivoService.h"
+#include "MivoVideoClip.h"
+#include "MivoXmlNode.h"
 
 #include "TestErrors.h"
 
@@ -98,9 +105,20 @@ const std::vector<Maker>& makers()
         maker<void*>("Pointer", &pointee),
         maker<QList<void*>>("PointerList", QList<void*>() << &pointee),
         maker<MivoPlugin*>("Plugin", nullptr),
+        maker<MivoField>("Field", MivoField("label", "id", "group")),
+        maker<QList<MivoField>>("FieldList", QList<MivoField>() << MivoField()),
+        maker<MivoXmlNode>("XmlNode", MivoXmlNode("a")),
+        maker<MivoBuddy>("Buddy", MivoBuddyGroup("Friends")),
+        maker<MivoBuddyResource>("BuddyResource", MivoBuddyResource()),
+        maker<MivoAccountConnection*>("Account", nullptr),
         maker<MivoPluginAction>("PluginAction",
                                 MivoPluginAction(nullptr, nullptr, QList<MivoArg>() << 1)),
+        maker<MivoPresence>("Presence", MivoPresence(nullptr, "text")),
+        maker<MivoGuiEventsReceiver*>("GuiEventsReceiver", nullptr),
+        maker<MivoVideoClip>("VideoClip", MivoVideoClip()),
         maker<QList<MivoArg>>("ArgList", QList<MivoArg>() << 1 << QString("a")),
+        maker<MivoService>("Service", MivoService("n", "d", "p", MivoPluginAction())),
+        maker<QList<MivoService>>("ServiceList", QList<MivoService>() << MivoService()),
     };
     return all;
 }
@@ -112,6 +130,7 @@ class tst_MivoArgAllocation : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
+    void everyConstructorIsTried();
     void failedAllocationThrowsAndLeaksNothing_data();
     void failedAllocationThrowsAndLeaksNothing();
     void constructionCostsTwoAllocationsAndEndsWithNone_data();
@@ -120,6 +139,16 @@ private Q_SLOTS:
     void emptyValueAllocatesNothing();
     void failedConstructionLeavesATargetAlone();
 };
+
+void tst_MivoArgAllocation::everyConstructorIsTried()
+{
+    int number = 0;
+    for (const Maker& each : makers())
+        QCOMPARE(each.make().getTypeName(), mivo_arg_type(MivoArg::Type(++number)));
+    for (const Maker& each : makers())
+        QCOMPARE(each.make().getTypeName(), QString("MivoArg::%1").arg(each.name));
+    QCOMPARE(number, 27);
+}
 
 void tst_MivoArgAllocation::failedAllocationThrowsAndLeaksNothing_data()
 {
