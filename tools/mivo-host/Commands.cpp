@@ -34,9 +34,9 @@ const char formDetails[]
       "--with  loads further plug-ins beside this one\n"
       "Of fields with the same id the first one is loaded, set, clicked and saved.";
 
-const char framesDetails[]
-    = "The frames have the largest size of the ratio (4:3) that fits into the size (640x480). They\n"
-      "run for N seconds (3), and one of them is written to FILE.";
+const char framesDetails[] = "The frames have the largest size of the ratio (4:3) that fits into "
+                             "the size (640x480). They\n"
+                             "run for N seconds (3), and one of them is written to FILE.";
 
 void requireAtLeast(const QStringList& arguments, int count, const char* names)
 {

@@ -24,9 +24,7 @@ QString usage()
     QString text("usage: mivo-host COMMAND [ARGUMENT...]\n"
                  "Loads plug-ins and calls them. Commands:");
     for (const Command& command : commands())
-        text += QString("\n  %1 %2\n      %3")
-                    .arg(command.name, command.parameters,
-                         QString(command.help).section('\n', 0, 0));
+        text += QString("\n  %1 %2\n      %3").arg(command.name, command.parameters, command.help);
     text += "\n`mivo-host COMMAND --help` tells more. Exit status: 0, 1 when the command failed, 2 "
             "for wrong\n"
             "usage.";
