@@ -248,9 +248,9 @@ QList<MivoArg> MivoHost::call(MivoPlugin* target, const QString& slot,
 
 QList<MivoField> MivoHost::fields(MivoPlugin* target) const
 {
-    const MivoArg answer = MivoWait::callSlot(target, &MivoPlugin::fieldsInThread, nullptr,
-                                              QList<MivoArg>(), d->runningThreadOf(target))
-                               .first();
+    const QList<MivoArg> answers = MivoWait::callSlot(target, &MivoPlugin::fieldsInThread, nullptr,
+                                                      QList<MivoArg>(), d->runningThreadOf(target));
+    const MivoArg& answer = answers.first();
     if (answer.getType() != MivoArg::FieldList)
         throw MivoHostError(QString::fromLatin1("%1: its form cannot be made: %2")
                                 .arg(target->name(), answer.toString()));
