@@ -138,6 +138,9 @@ void ValueTextTest::aTextThatDoesNotFitIsRefusedWithItsPosition_data()
     QTest::newRow("decimal comma")
         << "double:0,1" << 8
         << "found \"0,1\"; expected a number of magnitude up to 1.79769e+308, inf or nan";
+    QTest::newRow("group separator")
+        << "double:1,000" << 8
+        << "found \"1,000\"; expected a number of magnitude up to 1.79769e+308, inf or nan";
     QTest::newRow("double too large")
         << "double:1e999" << 8
         << "found \"1e999\"; expected a number of magnitude up to 1.79769e+308, inf or nan";

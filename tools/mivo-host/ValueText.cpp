@@ -1,6 +1,5 @@
 #include "ValueText.h"
 
-#include <QLocale>
 #include <QVector>
 
 #include <cmath>
@@ -126,7 +125,7 @@ private:
     {
         const Piece piece = scalar();
         bool ok = false;
-        const double value = QLocale::c().toDouble(piece.text, &ok);
+        const double value = piece.text.toDouble(&ok); // in the C locale, without group separators
         const bool fits
             = !std::isfinite(value) || std::fabs(value) <= double(std::numeric_limits<T>::max());
         if (!ok || !fits || piece.text != piece.text.trimmed())
