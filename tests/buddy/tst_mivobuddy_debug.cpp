@@ -23,8 +23,6 @@ class tst_MivoBuddyDebug : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void theTableOfTextsIsKept_data();
-    void theTableOfTextsIsKept();
     void aKindPrintsItsName_data();
     void aKindPrintsItsName();
     void aGroupPrintsItsFourLines();
@@ -37,30 +35,6 @@ private Q_SLOTS:
     void aHandleWithoutAKindPrintsItself();
     void textsArePrintedUnchanged();
 };
-
-void tst_MivoBuddyDebug::theTableOfTextsIsKept_data()
-{
-    QTest::addColumn<QString>("testCase");
-    QTest::addColumn<QString>("text");
-    int rows = 0;
-    for (const DebugText& row : debugTextTable()) {
-        if (row.testCase.startsWith("MivoBuddy")) {
-            QTest::newRow(qPrintable(row.testCase)) << row.testCase << row.text;
-            ++rows;
-        }
-    }
-    QCOMPARE(rows, 2);
-}
-
-void tst_MivoBuddyDebug::theTableOfTextsIsKept()
-{
-    QFETCH(QString, testCase);
-    QFETCH(QString, text);
-    if (testCase.startsWith("MivoBuddyContact"))
-        compareDebugText(ann(), text);
-    else
-        compareDebugText(MivoBuddy(ann()), text);
-}
 
 void tst_MivoBuddyDebug::aKindPrintsItsName_data()
 {

@@ -7,6 +7,9 @@
 
 #include <QtTest>
 
+#include <cmath>
+#include <utility>
+
 namespace {
 
 MivoField textOfKind(int type, const QString& text)
@@ -66,6 +69,7 @@ private Q_SLOTS:
     void kindsWithoutAValueAreLeftAlone_data();
     void kindsWithoutAValueAreLeftAlone();
     void notANumberCountsAsAChange();
+    void zeroOfTheOtherSignIsNoChange();
 };
 
 void tst_MivoArgField::aFieldIsHeldAndRead()
@@ -192,21 +196,41 @@ void tst_MivoArgField::anotherKindThrowsAndKeepsTheField_data()
     QTest::addColumn<MivoField>("field");
     QTest::addColumn<MivoArg>("value");
     QTest::addColumn<QString>("message");
-    const QString prefix = "MivoArg: cannot convert MivoArg::";
-    QTest::newRow("ComboBox, Int") << comboBox(1) << MivoArg(0) << prefix + "Int to MivoArg::UInt";
-    QTest::newRow("CheckBox, Int")
-        << checkBox(true) << MivoArg(0) << prefix + "Int to MivoArg::Bool";
-    QTest::newRow("CheckBox, empty")
-        << checkBox(true) << MivoArg() << prefix + "None to MivoArg::Bool";
-    QTest::newRow("LineEdit, Int")
-        << textOfKind(4, "5") << MivoArg(6) << prefix + "Int to MivoArg::String";
-    QTest::newRow("kind 6, StringList") << textOfKind(6, "5") << MivoArg(QStringList("6"))
-                                        << prefix + "StringList to MivoArg::String";
-    QTest::newRow("SpinBox, UInt") << spinBox(5) << MivoArg(6u) << prefix + "UInt to MivoArg::Int";
-    QTest::newRow("DoubleSpinBox, Float")
-        << doubleSpinBox(5.5) << MivoArg(6.5f) << prefix + "Float to MivoArg::Double";
-    QTest::newRow("Label, Bool") << MivoField("label", "id", "group") << MivoArg(true)
-                                 << prefix + "Bool to MivoArg::String";
+
+    struct Target
+    {
+        QString name;
+        MivoField field;
+        MivoArg::Type wanted;
+    };
+    QList<Target> targets;
+    targets << Target{"ComboBox", comboBox(1), MivoArg::UInt}
+            << Target{"CheckBox", checkBox(true), MivoArg::Bool}
+            << Target{"RadioButton", MivoField(MivoField::RadioButton, "l", "i", true, "g"),
+                      MivoArg::Bool}
+            << Target{"SpinBox", spinBox(1), MivoArg::Int}
+            << Target{"DoubleSpinBox", doubleSpinBox(1), MivoArg::Double}
+            << Target{"Label", MivoField("1", "id", "group"), MivoArg::String};
+    for (int type = 4; type <= 9; ++type)
+        targets << Target{QString("kind %1").arg(type), textOfKind(type, "1"), MivoArg::String};
+
+    // Each is the 1 that the fields hold, as far as the kind has one; 0 would be a change.
+    const QList<MivoArg> values = QList<MivoArg>()
+        << MivoArg() << MivoArg('1') << MivoArg(static_cast<unsigned char>(1)) << MivoArg(1)
+        << MivoArg(0) << MivoArg(1u) << MivoArg(1LL) << MivoArg(1ULL) << MivoArg(1.0f)
+        << MivoArg(1.0) << MivoArg(QString("1")) << MivoArg(QStringList("1")) << MivoArg(true)
+        << MivoArg(QList<MivoArg>() << 1) << MivoArg(spinBox(1));
+    for (const Target& target : std::as_const(targets)) {
+        for (int i = 0; i < values.size(); ++i) {
+            const MivoArg::Type kind = values.at(i).getType();
+            const QString from = mivo_arg_type(kind);
+            if (kind != target.wanted)
+                QTest::addRow("%s, value %d, %s", qPrintable(target.name), i, qPrintable(from))
+                    << target.field << values.at(i)
+                    << QString("MivoArg: cannot convert %1 to %2")
+                           .arg(from, mivo_arg_type(target.wanted));
+        }
+    }
 }
 
 void tst_MivoArgField::anotherKindThrowsAndKeepsTheField()
@@ -227,7 +251,8 @@ void tst_MivoArgField::kindsWithoutAValueAreLeftAlone_data()
     QTest::newRow("None") << textOfKind(0, "text");
     QTest::newRow("image") << MivoField("id", bytes, "group");
     QTest::newRow("Button") << MivoField("l", "i", MivoPluginAction(), "g");
-    QTest::newRow("kind 15") << textOfKind(15, "text");
+    for (const int type : {-1, 13, 15, 0x7fffffff})
+        QTest::addRow("kind %d", type) << textOfKind(type, "text");
 }
 
 void tst_MivoArgField::kindsWithoutAValueAreLeftAlone()
@@ -244,6 +269,13 @@ void tst_MivoArgField::notANumberCountsAsAChange()
     MivoField field = doubleSpinBox(qQNaN());
     QVERIFY(MivoArg::setFieldValue(field, MivoArg(qQNaN())));
     QVERIFY(MivoArg::setFieldValue(field, MivoArg(qQNaN())));
+}
+
+void tst_MivoArgField::zeroOfTheOtherSignIsNoChange()
+{
+    MivoField field = doubleSpinBox(0.0);
+    QVERIFY(!MivoArg::setFieldValue(field, MivoArg(-0.0)));
+    QVERIFY(!std::signbit(field.getDoubleValue()));
 }
 
 QTEST_APPLESS_MAIN(tst_MivoArgField)

@@ -13,14 +13,6 @@ MivoField spinBox()
     return MivoField("label", "a", 10, 0, 5, "group");
 }
 
-MivoField comboBox()
-{
-    return MivoField("label", "c",
-                     QStringList() << "x"
-                                   << "y",
-                     1, "group");
-}
-
 MivoField textOfKind(int type)
 {
     return MivoField(MivoField::Type(type), "label", "i", QString("t"), 9, "group");
@@ -35,50 +27,11 @@ class tst_MivoFieldDebug : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void theRowsOfTheTableArePrinted_data();
-    void theRowsOfTheTableArePrinted();
     void everyKindPrintsItsPieces_data();
     void everyKindPrintsItsPieces();
     void aListIsItsFieldsAndABlank_data();
     void aListIsItsFieldsAndABlank();
 };
-
-void tst_MivoFieldDebug::theRowsOfTheTableArePrinted_data()
-{
-    QTest::addColumn<QString>("testCase");
-    QTest::addColumn<QString>("text");
-    int rows = 0;
-    const QList<DebugText> table = debugTextTable();
-    for (const DebugText& row : table) {
-        if (row.testCase.contains("Field")) {
-            QTest::newRow(qPrintable(row.testCase)) << row.testCase << row.text;
-            ++rows;
-        }
-    }
-    QCOMPARE(rows, 7);
-}
-
-void tst_MivoFieldDebug::theRowsOfTheTableArePrinted()
-{
-    QFETCH(QString, testCase);
-    QFETCH(QString, text);
-    if (testCase == "MivoField SpinBox id a, max 10, min 0, value 5")
-        compareDebugText(spinBox(), text);
-    else if (testCase == "MivoField ComboBox id c, items x,y, selected 1")
-        compareDebugText(comboBox(), text);
-    else if (testCase == "MivoField null")
-        compareDebugText(MivoField(), text);
-    else if (testCase == "QList<MivoField> of that SpinBox, that ComboBox")
-        compareDebugText(QList<MivoField>() << spinBox() << comboBox(), text);
-    else if (testCase == "QList<MivoField> empty")
-        compareDebugText(QList<MivoField>(), text);
-    else if (testCase == "MivoArg Field of that SpinBox")
-        compareDebugText(MivoArg(spinBox()), text);
-    else if (testCase == "MivoArg FieldList of that SpinBox")
-        compareDebugText(MivoArg(QList<MivoField>() << spinBox()), text);
-    else
-        QFAIL("no such field is known here");
-}
 
 void tst_MivoFieldDebug::everyKindPrintsItsPieces_data()
 {

@@ -1,3 +1,5 @@
+#include "DebugText.h"
+
 #include <MivoPlugin.h>
 #include <MivoService.h>
 
@@ -17,13 +19,6 @@ MivoPluginAction actionOf(TestPlugin& plugin)
                             QList<MivoArg>() << MivoArg(1));
 }
 
-QString printed(const MivoService& service)
-{
-    QString text;
-    QDebug(&text) << service << 7;
-    return text;
-}
-
 } // namespace
 
 class MivoServiceTest : public QObject
@@ -36,6 +31,7 @@ private Q_SLOTS:
     void theNameAloneMakesAServiceValid();
     void nameAndProtocolAloneIdentifyAService();
     void copiesAreIndependent();
+    void itIsAPlainValue();
     void thePrintShowsNameAndProtocolAndOneBlank();
 };
 
@@ -92,11 +88,28 @@ void MivoServiceTest::copiesAreIndependent()
     QCOMPARE(service.getName(), QString("n"));
 }
 
+void MivoServiceTest::itIsAPlainValue()
+{
+    static_assert(!std::is_polymorphic<MivoService>::value, "");
+    static_assert(sizeof(MivoService) == 3 * sizeof(QString) + sizeof(MivoPluginAction), "");
+    // The sources of the copies may change.
+    QString name("n");
+    MivoService service(name, name, name, MivoPluginAction());
+    name.append("more");
+    QCOMPARE(service.getName(), QString("n"));
+    QCOMPARE(service.getDisplayName(), QString("n"));
+    QCOMPARE(service.getProtocol(), QString("n"));
+}
+
 void MivoServiceTest::thePrintShowsNameAndProtocolAndOneBlank()
 {
-    QCOMPARE(printed(MivoService("n", "d", "p", MivoPluginAction())),
-             QString("name=\"n\" protocol=\"p\" 7 "));
-    QCOMPARE(printed(MivoService()), QString("name=\"\" protocol=\"\" 7 "));
+    TestPlugin plugin;
+    compareDebugText(MivoService("n", "not printed", "p", actionOf(plugin)),
+                     "name=\"n\" protocol=\"p\" ");
+    compareDebugText(MivoService(), "name=\"\" protocol=\"\" ");
+    const QString odd = QString("q\" n\n b\\ \u00e9 z") + QChar(0) + QString("!");
+    compareDebugText(MivoService(odd, "d", odd, MivoPluginAction()),
+                     "name=\"" + odd + "\" protocol=\"" + odd + "\" ");
 }
 
 QTEST_GUILESS_MAIN(MivoServiceTest)

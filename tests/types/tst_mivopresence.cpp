@@ -48,8 +48,6 @@ private Q_SLOTS:
     void everyNumberIsAFlag();
     void aNewTypeHasNoPriorityAndNoFlag();
     void itPrintsIdDisplayAndPriority();
-    void theTableOfTextsIsKept_data();
-    void theTableOfTextsIsKept();
 };
 
 void tst_MivoPresence::withoutATypeItAnswersDefaults()
@@ -166,29 +164,6 @@ void tst_MivoPresence::itPrintsIdDisplayAndPriority()
                      QString("MivoPresence(\n\tid       : \"a\"b\n\\") + QChar(0xE9)
                          + "\"\n\tdisplay  : \"Away\"\n\tpriority : 4294967295\n) ");
     compareDebugText(MivoPresence(nullptr, "not printed"), "MivoPresence( invalid ) ");
-}
-
-void tst_MivoPresence::theTableOfTextsIsKept_data()
-{
-    QTest::addColumn<QString>("testCase");
-    QTest::addColumn<QString>("text");
-    int rows = 0;
-    for (const DebugText& row : debugTextTable()) {
-        if (row.testCase.startsWith("MivoPresence ")) {
-            QTest::newRow(qPrintable(row.testCase)) << row.testCase << row.text;
-            ++rows;
-        }
-    }
-    QCOMPARE(rows, 2);
-}
-
-void tst_MivoPresence::theTableOfTextsIsKept()
-{
-    QFETCH(QString, testCase);
-    QFETCH(QString, text);
-    MivoPresenceType away = makeType();
-    compareDebugText(testCase.endsWith("invalid") ? MivoPresence() : MivoPresence(&away, "x"),
-                     text);
 }
 
 QTEST_GUILESS_MAIN(tst_MivoPresence)
