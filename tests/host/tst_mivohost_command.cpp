@@ -130,6 +130,12 @@ void MivoHostCommandTest::wrongUsageShowsTheUsageOfTheCommand_data()
     QTest::newRow("form") << QStringList("form")
                           << "mivo-host form: found 0 arguments; expected FILE\nusage: mivo-host "
                              "form FILE [--load in.xml] [--save out.xml] [--set ID=VALUE...]";
+    QTest::newRow("roster") << QStringList("roster")
+                            << "mivo-host roster: found 0 arguments; expected FILE and at most one "
+                               "EXPORT\nusage: mivo-host roster FILE [EXPORT]\n";
+    QTest::newRow("roster with too many files")
+        << QStringList({"roster", "a", "b", "c"})
+        << "mivo-host roster: found 3 arguments; expected FILE and at most one EXPORT\n";
     QTest::newRow("demo") << QStringList({"demo", "a", "b"})
                           << "mivo-host demo: found 2 arguments; expected";
     QTest::newRow("frames") << QStringList({"frames", "--speed", "1"})
@@ -152,7 +158,7 @@ void MivoHostCommandTest::helpIsShownOnRequest_data()
     QTest::addColumn<QStringList>("arguments");
     QTest::addColumn<QString>("begin");
     QTest::newRow("itself") << QStringList("--help") << "usage: mivo-host COMMAND [ARGUMENT...]\n";
-    for (const char* command : {"plugins", "call", "action", "form", "demo", "frames"}) {
+    for (const char* command : {"plugins", "call", "action", "form", "frames", "roster", "demo"}) {
         QTest::newRow(command) << QStringList({command, "--help"})
                                << QString("usage: mivo-host %1").arg(command);
     }

@@ -144,11 +144,14 @@ const QList<Command>& commands()
          "FILE...]",
          "Shows the form of a plug-in; restores, changes and saves its values, clicks its buttons.",
          formDetails, runForm},
-        {"demo", "", "Shows a call's whole journey through three example plug-ins, line by line.",
-         nullptr, runDemo},
         {"frames", "[--size WxH] [--ratio W:H] [--seconds N] [--png FILE]",
          "Sends test frames from one plug-in to another, which checks them and measures the rate.",
          framesDetails, runFrames},
+        {"roster", "FILE [EXPORT]",
+         "Shows the contact list that the plug-in's slot roster answers, given EXPORT, as a tree.",
+         nullptr, runRoster},
+        {"demo", "", "Shows a call's whole journey through three example plug-ins, line by line.",
+         nullptr, runDemo},
     };
     return all;
 }

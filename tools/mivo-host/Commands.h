@@ -66,5 +66,7 @@ void runForm(const QStringList& arguments);
 void runDemo(const QStringList& arguments);
 /** The command "frames". */
 void runFrames(const QStringList& arguments);
+/** The command "roster". */
+void runRoster(const QStringList& arguments);
 
 #endif

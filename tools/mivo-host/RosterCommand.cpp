@@ -1,0 +1,238 @@
+#include "Commands.h"
+#include "Console.h"
+
+#include <MivoAccountConnection.h>
+#include <MivoBuddyContact.h>
+#include <MivoBuddyGroup.h>
+#include <MivoBuddyMerged.h>
+#include <MivoBuddyMeta.h>
+#include <MivoBuddyResource.h>
+#include <MivoBuddyTemporary.h>
+#include <MivoBuddyType.h>
+#include <MivoPlugin.h>
+#include <MivoSubscriptionType.h>
+
+namespace {
+
+/** What would end a line, or turn the text after it round, or steer the terminal. */
+bool isUnfit(QChar character)
+{
+    const ushort code = character.unicode();
+    const QChar::Category category = character.category();
+    return category == QChar::Other_Control || category == QChar::Separator_Line
+        || category == QChar::Separator_Paragraph || (code >= 0x202a && code <= 0x202e)
+        || (code >= 0x2066 && code <= 0x2069);
+}
+
+/** On one line whatever it holds: what is unfit is written as a code. */
+QString onOneLine(const QString& text)
+{
+    QString result;
+    for (const QChar character : text) {
+        if (isUnfit(character))
+            result += QString("\\u%1").arg(character.unicode(), 4, 16, QChar('0'));
+        else
+            result += character;
+    }
+    return result;
+}
+
+QString quoted(QString text)
+{
+    text.replace('\\', "\\\\").replace('"', "\\\"");
+    return '"' + onOneLine(text) + '"';
+}
+
+QString counted(int count, const char* one, const char* several)
+{
+    return QString("%1 %2").arg(count).arg(count == 1 ? one : several);
+}
+
+QString textOf(const MivoPresence& presence)
+{
+    if (!presence.isValid())
+        return "no presence";
+    const QString text = "presence " + quoted(presence.getDisplay());
+    return presence.getDescription().isEmpty() ? text
+                                               : text + ": " + quoted(presence.getDescription());
+}
+
+/** Which resource is active is a question that only contacts answer. */
+MivoBuddyResource activeOf(const QList<MivoBuddyResource>& resources)
+{
+    MivoBuddyContact contact(nullptr, QString(), QString(), MivoBuddyType(), MivoPresence(),
+                             MivoSubscriptionType(QString(), QString(), 0, QString()));
+    contact.setResources(resources);
+    return contact.getActiveResource();
+}
+
+/** Writes a contact list: a line for each entry, below it those that it holds, farther right. */
+class RosterTree
+{
+public:
+    void show(const MivoBuddy& entry)
+    {
+        switch (entry.getType()) {
+        case MivoBuddy::Group:
+            showGroup(entry);
+            return;
+        case MivoBuddy::Meta:
+            showMeta(entry);
+            return;
+        case MivoBuddy::Contact:
+            showContact(entry);
+            return;
+        case MivoBuddy::Merged:
+            showMerged(entry);
+            return;
+        case MivoBuddy::Temporary:
+            showTemporary(entry);
+            return;
+        case MivoBuddy::Invalid:
+            writeLine("invalid entry");
+            return;
+        case MivoBuddy::Other:
+            break;
+        }
+        write("other entry", entry, QStringList());
+    }
+
+private:
+    void showGroup(const MivoBuddyGroup& group)
+    {
+        write("group", group,
+              {counted(group.childCount(), "entry", "entries"),
+               QString("%1 online").arg(group.onlineChildCount())});
+        showMembers(group);
+    }
+
+    void showMeta(const MivoBuddyMeta& meta)
+    {
+        write("meta-contact", meta, {counted(meta.childCount(), "entry", "entries")});
+        showMembers(meta);
+    }
+
+    void showContact(const MivoBuddyContact& contact)
+    {
+        QStringList details = detailsOf(contact.getId(), contact.getPresence(),
+                                        contact.getActiveResource(), contact.getAccount());
+        if (!contact.getTypeId().isEmpty())
+            details.append("type " + quoted(contact.getTypeId()));
+        const MivoSubscriptionType subscription = contact.getSubscription();
+        if (subscription.isValid())
+            details.append("subscription " + quoted(subscription.getDisplay()));
+        write("contact", contact, details);
+    }
+
+    void showMerged(const MivoBuddyMerged& merged)
+    {
+        const QList<MivoAccountConnection*> accounts = merged.getAccounts();
+        QStringList details = detailsOf(merged.getId(), merged.getPresence(),
+                                        activeOf(merged.getResources()), nullptr);
+        details.prepend(counted(int(accounts.size()), "contact", "contacts"));
+        write("merged contact", merged, details);
+
+        ++depth;
+        QList<MivoAccountConnection*> shown;
+        for (MivoAccountConnection* account : accounts) {
+            if (shown.contains(account)) // the entry answers the first contact of each account only
+                writeLine("contact of " + quoted(idOf(account)) + " once more");
+            else
+                show(merged.getContactForAccount(account));
+            shown.append(account);
+        }
+        --depth;
+    }
+
+    void showTemporary(const MivoBuddyTemporary& temporary)
+    {
+        write("temporary contact", temporary,
+              detailsOf(QString(), temporary.getPresence(), activeOf(temporary.getResources()),
+                        temporary.getAccount()));
+    }
+
+    template <class Container>
+    void showMembers(const Container& container)
+    {
+        // Through the records, a plug-in can make a container hold itself.
+        if (above.contains(container)) {
+            ++depth;
+            writeLine("as above");
+            --depth;
+            return;
+        }
+        above.append(container);
+        ++depth;
+        for (int i = 0; i < container.childCount(); ++i)
+            show(container.buddyAt(i));
+        --depth;
+        above.removeLast();
+    }
+
+    static QString idOf(const MivoAccountConnection* account)
+    {
+        return account ? account->id() : QString();
+    }
+
+    static QStringList detailsOf(const QString& id, const MivoPresence& presence,
+                                 const MivoBuddyResource& active,
+                                 const MivoAccountConnection* account)
+    {
+        QStringList details;
+        if (!id.isEmpty())
+            details.append("id " + quoted(id));
+        details.append(textOf(presence));
+        if (active.isValid())
+            details.append(
+                QString("active resource %1 of priority %2")
+                    .arg(quoted(active.getName()), QString::number(active.getPriority())));
+        if (account)
+            details.append("account " + quoted(account->id()));
+        return details;
+    }
+
+    void write(const char* kind, const MivoBuddy& entry, QStringList details) const
+    {
+        if (entry.unreadMessages() != 0)
+            details.append(QString("%1 unread").arg(entry.unreadMessages()));
+        QString line = QString(kind) + ' ' + quoted(entry.getDisplay());
+        if (!details.isEmpty())
+            line += ": " + details.join(", ");
+        writeLine(line);
+    }
+
+    void writeLine(const QString& line) const { Console::out(QString(2 * depth, ' ') + line); }
+
+    int depth = 0;
+    QList<MivoBuddy> above; // the containers around the entry that is being shown
+};
+
+} // namespace
+
+void runRoster(const QStringList& arguments)
+{
+    if (arguments.isEmpty() || arguments.size() > 2)
+        throw UsageError(QString("found %1 arguments; expected FILE and at most one EXPORT")
+                             .arg(arguments.size()));
+    QList<MivoArg> values;
+    if (arguments.size() == 2)
+        values.append(MivoArg(arguments.at(1)));
+
+    MivoHost host;
+    MivoPlugin* const plugin = loadPlugin(host, arguments.at(0));
+    startHost(host);
+    const QList<MivoArg> entries = host.call(plugin, "roster", values);
+    QStringList reports;
+    if (plugin->callSlots().contains("reports"))
+        reports = host.call(plugin, "reports", {}).value(0).toStringList();
+
+    for (const MivoArg& entry : entries)
+        entry.toBuddy(); // throws before anything is shown
+    if (entries.isEmpty())
+        Console::out("no entries");
+    RosterTree tree;
+    for (const MivoArg& entry : entries)
+        tree.show(entry.toBuddy());
+    for (const QString& report : qAsConst(reports))
+        Console::error("mivo-host roster: " + onOneLine(report));
+}
