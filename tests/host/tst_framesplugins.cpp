@@ -110,6 +110,7 @@ private Q_SLOTS:
     void theConsumerNoticesEveryFault_data();
     void theConsumerNoticesEveryFault();
     void theConsumerFindsNoFaultInRightFrames();
+    void theConsumerCountsOnFromTheFrameItFound();
     void theConsumerKeepsTheNextFrameWhenAsked();
     void aSlowConsumerMakesTheProducerWait();
     void theRingStaysUntilTheConsumerHasLetGoOfIt();
@@ -322,6 +323,21 @@ void FramesPluginsTest::theConsumerFindsNoFaultInRightFrames()
     QCOMPARE(host.call(consumer, "statistics", {}).at(0).toInt64(), 600LL);
     QCOMPARE(host.call(consumer, "statistics", {}).at(1).toInt64(), 0LL);
     QCOMPARE(host.call(consumer, "statistics", {}).at(3).toString(), QString());
+}
+
+void FramesPluginsTest::theConsumerCountsOnFromTheFrameItFound()
+{
+    MivoHost host;
+    MivoPlugin* const consumer = host.load(FRAMES_CONSUMER);
+    QVERIFY(host.start());
+    host.call(consumer, "begin", {MivoArg(16), MivoArg(16)});
+    const quint32 last = 256 * 256 * 256 - 1;
+    for (const quint32 number : {0U, 65535U, 65536U, 65537U, last, last + 1, last + 2})
+        deliver(host, consumer, frame(QSize(16, 16), number));
+    const QList<MivoArg> statistics = host.call(consumer, "statistics", {});
+    QCOMPARE(statistics.at(0).toInt64(), 7LL);
+    QCOMPARE(statistics.at(1).toInt64(), 2LL); // two gaps, and right frames around them
+    QCOMPARE(statistics.at(3).toString(), QString("found frame 65535; expected frame 1"));
 }
 
 void FramesPluginsTest::theConsumerKeepsTheNextFrameWhenAsked()

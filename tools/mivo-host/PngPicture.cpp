@@ -53,6 +53,7 @@ void PngPicture::write(const QString& file, const unsigned char* rgb, QSize size
     const QByteArray png = encoded(file, rgb, size);
     QSaveFile picture(file);
     open(picture);
-    if (picture.write(png) != png.size() || !picture.commit())
+    // Flushed here, since commit() overlooks a flush that fails, and would put an empty file there.
+    if (picture.write(png) != png.size() || !picture.flush() || !picture.commit())
         fail(file, picture.errorString());
 }
