@@ -1,30 +1,14 @@
+#include "MivoHostCommand.h"
+
 #include <QtTest>
 
 #include <png.h>
 
 namespace {
 
-struct Outcome
-{
-    int status;
-    QString out;
-    QString error;
-};
-
-Outcome run(const QString& program, const QStringList& arguments)
-{
-    QProcess process;
-    process.start(program, arguments);
-    if (!process.waitForFinished(60000))
-        return {-1, QString(), "has not ended in time"};
-    return {process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -2,
-            QString::fromUtf8(process.readAllStandardOutput()),
-            QString::fromUtf8(process.readAllStandardError())};
-}
-
 Outcome frames(const QStringList& arguments)
 {
-    return run(MIVO_HOST, QStringList("frames") + arguments);
+    return mivoHost(QStringList("frames") + arguments);
 }
 
 struct Picture
@@ -145,7 +129,7 @@ void MivoHostFramesTest::theSizeFitsTheRatio()
 void MivoHostFramesTest::aPictureReplacesTheOneBefore()
 {
     const QTemporaryDir folder;
-    const QString name = folder.filePath(QString::fromUtf8("fr\xc3\xa4me.png"));
+    const QString name = folder.filePath("a frame.png");
     QFile old(name);
     QVERIFY(old.open(QIODevice::WriteOnly) && old.write("old") == 3);
     old.close();
@@ -165,9 +149,9 @@ void MivoHostFramesTest::aPictureThatCannotBeFinishedLeavesTheOneBefore()
     old.close();
     // No file may grow, as on a full disk.
     const Outcome outcome
-        = run("/bin/sh",
-              {"-c", "trap '' XFSZ; ulimit -f 0; exec \"$0\" frames --seconds 1 --png \"$1\"",
-               MIVO_HOST, name});
+        = outcomeOf("/bin/sh",
+                    {"-c", "trap '' XFSZ; ulimit -f 0; exec \"$0\" frames --seconds 1 --png \"$1\"",
+                     MIVO_HOST, name});
     QCOMPARE(outcome.error,
              QString("mivo-host frames: %1: cannot write the picture: File too large\n").arg(name));
     QCOMPARE(outcome.status, 1);

@@ -93,6 +93,8 @@ step_cmake() {
     # The installed command loads the plug-in, in whose stamp it finds its own library and Qt.
     "$moved/bin/mivo-host" call "$work/consumer/greeter.so" greet string:world \
         | grep -F 'Hello, world!' || fail "the plug-in did not greet"
+    "$moved/bin/mivo-host" frames --seconds 1 --png "$work/frame.png" \
+        | grep -F 'frames per second' || fail "the frames did not run"
     "$moved/bin/mivo-host" demo | grep -F 'all threads have ended' || fail "the demonstration failed"
     rm -rf "$work/refused"
     if cmake -S "$consumer" -B "$work/refused" -DCMAKE_PREFIX_PATH="$moved" \
