@@ -66,13 +66,13 @@ Options optionsFrom(const QStringList& arguments)
     static const QStringList known = {"--size", "--ratio", "--seconds", "--png"};
     Options options;
     for (int i = 0; i < arguments.size(); i += 2) {
-        const QString option = arguments.at(i);
+        const QString& option = arguments.at(i);
         if (!known.contains(option))
             throw UsageError(
                 QString("found \"%1\"; expected one of %2").arg(option, known.join(", ")));
         if (i + 1 == arguments.size())
             throw UsageError(QString("%1: found nothing after it; expected a value").arg(option));
-        const QString value = arguments.at(i + 1);
+        const QString& value = arguments.at(i + 1);
         if (option == "--size")
             options.size = pairFrom(option, value, 'x', 16384);
         else if (option == "--ratio")

@@ -34,7 +34,7 @@ void FramesConsumer::begin(MivoPlugin*, QList<MivoArg>& arguments)
     wrong = 0;
     elapsed = 0;
     firstFault.clear();
-    expectedRow.resize(3 * size.width());
+    expectedRow.resize(int(testFrameBytes(QSize(size.width(), 1))));
     keepsNext = false;
     kept.clear();
     arguments.clear();

@@ -15,7 +15,7 @@
 namespace {
 
 const int ringCount = 3;
-const qint64 mostBytes = 256 * 1024 * 1024;
+const qint64 mostBytes = Q_INT64_C(256) << 20;
 
 bool fitsInto(QSize size, QSize wanted)
 {
@@ -111,7 +111,7 @@ void FramesProducer::stop(MivoPlugin*, QList<MivoArg>& arguments)
     arguments.clear();
 }
 
-void FramesProducer::statistics(MivoPlugin*, QList<MivoArg>& arguments)
+void FramesProducer::statistics(MivoPlugin*, QList<MivoArg>& arguments) const
 {
     arguments = QList<MivoArg>() << MivoArg(made) << MivoArg(waited) << MivoArg(longestWait);
 }
@@ -130,8 +130,9 @@ void FramesProducer::makeFrame()
     waited += wait;
     longestWait = qMax(longestWait, wait);
 
+    const qint64 rowBytes = testFrameBytes(QSize(size.width(), 1));
     unsigned char* row = buffer->getData();
-    for (int y = 0; y < size.height(); ++y, row += 3 * size.width())
+    for (int y = 0; y < size.height(); ++y, row += rowBytes)
         drawTestRow(row, size.width(), y, quint32(made));
     ++made;
 

@@ -48,7 +48,7 @@ public Q_SLOTS:
      * Answers three Int64 on the frames since start(): how many, the nanoseconds that it waited in
      * all for the consumer to release a buffer, and the longest of these waits.
      */
-    void statistics(MivoPlugin* sender, QList<MivoArg>& arguments);
+    void statistics(MivoPlugin* sender, QList<MivoArg>& arguments) const;
     /** Answers the Int of rings in memory, those that have been handed to the collector included.
      */
     void rings(MivoPlugin* sender, QList<MivoArg>& arguments);
