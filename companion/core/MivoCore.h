@@ -24,7 +24,6 @@ MIVO_CORE_EXPORT std::runtime_error mivo_oom(const QString& className);
  * convert FROM to TO".
  */
 MIVO_CORE_EXPORT std::runtime_error mivo_conversion(const QString& className,
-                                                    const QString& fromKind,
-                                                    const QString& toKind);
+                                                    const QString& fromKind, const QString& toKind);
 
 #endif

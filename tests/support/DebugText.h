@@ -5,7 +5,7 @@
 
 /** @file
  * What the debug printers write, in every state in which their stream can arrive, and the table of
- * exact texts in tests/data/debug-text.tsv.
+ * exact texts in tests/data/printed-text.tsv.
  */
 
 /** A row of the table: what is printed, in words, and the text that it prints. */
@@ -42,7 +42,7 @@ inline QString unescaped(const QString& cell)
 inline QList<DebugText> debugTextTable()
 {
     QList<DebugText> rows;
-    QFile file(QStringLiteral(MIVO_TEST_DATA_DIR "/debug-text.tsv"));
+    QFile file(QStringLiteral(MIVO_TEST_DATA_DIR "/printed-text.tsv"));
     if (!file.open(QIODevice::ReadOnly))
         return rows;
     while (!file.atEnd()) {

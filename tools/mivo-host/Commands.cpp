@@ -189,7 +189,7 @@ void deliver(MivoHost& host, const std::function<void()>& post)
 QString examplePlugin(const QString& name)
 {
     const QDir folder(QCoreApplication::applicationDirPath());
-    for (const char* candidate : {"../plugins", "../lib/mivo/plugins"}) {
+    for (const char* candidate : {MIVO_BUILT_PLUGINS, MIVO_INSTALLED_PLUGINS}) {
         const QString file
             = QDir::cleanPath(folder.absoluteFilePath(QString("%1/%2.so").arg(candidate, name)));
         if (QFileInfo::exists(file))
