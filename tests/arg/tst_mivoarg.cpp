@@ -353,6 +353,8 @@ void tst_MivoArg::literalsAndPointersToConstDoNotConvert()
     static_assert(!std::is_constructible<MivoArg, const wchar_t*>::value, "");
     static_assert(!std::is_constructible<MivoArg, const void*>::value, "");
     static_assert(!std::is_constructible<MivoArg, const MivoPlugin*>::value, "");
+    static_assert(!std::is_constructible<MivoArg, const MivoAccountConnection*>::value, "");
+    static_assert(!std::is_constructible<MivoArg, const MivoGuiEventsReceiver*>::value, "");
     static_assert(!std::is_constructible<MivoArg, const QObject*>::value, "");
     static_assert(!std::is_constructible<MivoArg, std::nullptr_t>::value, "");
     static_assert(!std::is_convertible<const char*, MivoArg>::value, "");
@@ -379,6 +381,8 @@ void tst_MivoArg::everyListedTypeConvertsImplicitly()
     static_assert(std::is_convertible<QList<MivoField>, MivoArg>::value, "");
     static_assert(std::is_convertible<MivoXmlNode, MivoArg>::value, "");
     static_assert(std::is_convertible<MivoBuddy, MivoArg>::value, "");
+    static_assert(std::is_convertible<MivoBuddyContact, MivoArg>::value, "");
+    static_assert(std::is_convertible<MivoBuddyGroup, MivoArg>::value, "");
     static_assert(std::is_convertible<MivoBuddyResource, MivoArg>::value, "");
     static_assert(std::is_convertible<MivoAccountConnection*, MivoArg>::value, "");
     static_assert(std::is_convertible<MivoPluginAction, MivoArg>::value, "");

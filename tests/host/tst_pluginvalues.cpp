@@ -6,6 +6,7 @@
 #include <QtTest>
 
 #include <memory>
+#include <utility>
 
 #include <dlfcn.h>
 
@@ -111,15 +112,15 @@ void tst_PluginValues::pluginsDefineNothingOfTheSharedTypes()
 
     // Nothing that another library could be bound to: a plug-in's code may go at any time.
     const QStringList exported = symbols("-D").filter(QRegularExpression("^[0-9a-f]+ . .*Mivo"));
-    QCOMPARE(exported, QStringList());
+    QCOMPARE(exported.join('\n'), QString());
 
     // And no copy of its own of what the libraries define.
     const QRegularExpression ofSharedTypes(
         "^[0-9a-f]+ . (vtable for |typeinfo for )?"
         "Mivo(Arg|Field|XmlNode|Buddy|BuddyContact|BuddyResource|BuddyType|Plugin|PluginAction|"
         "Presence|Service)(::|$)");
-    QVERIFY(!symbols("--defined-only").isEmpty());
-    QCOMPARE(symbols("--defined-only").filter(ofSharedTypes), QStringList());
+    QVERIFY(symbols("--defined-only").join('\n').contains("qt_plugin_instance"));
+    QCOMPARE(symbols("--defined-only").filter(ofSharedTypes).join('\n'), QString());
 }
 
 QTEST_GUILESS_MAIN(tst_PluginValues)
