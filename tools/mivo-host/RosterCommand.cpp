@@ -201,7 +201,10 @@ private:
         writeLine(line);
     }
 
-    void writeLine(const QString& line) const { Console::out(QString(2 * depth, ' ') + line); }
+    void writeLine(const QString& line) const
+    {
+        Console::out(QString("  ").repeated(depth) + line);
+    }
 
     int depth = 0;
     QList<MivoBuddy> above; // the containers around the entry that is being shown
