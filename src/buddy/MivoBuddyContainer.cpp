@@ -71,7 +71,7 @@ bool MivoBuddyContainer::add(const MivoBuddy& newMember)
     if (!isValid())
         return false;
     // A copy: the reference may lead into the list that the entry is about to leave.
-    const MivoBuddy entry(newMember);
+    const MivoBuddy entry(newMember); // NOLINT(performance-unnecessary-copy-initialization)
     for (;;) {
         MivoBuddy oldParent; // released after the locks: this may be its last handle
         {
@@ -117,7 +117,7 @@ int MivoBuddyContainer::remove(const MivoBuddy& member)
 {
     if (!isValid())
         return -1;
-    const MivoBuddy entry(member);
+    const MivoBuddy entry(member); // NOLINT(performance-unnecessary-copy-initialization)
     const QMutexLocker locker(lock);
     // A meta-contact leaves the back-link alone, on purpose.
     if (self.getType() == MivoBuddy::Group && entry.isValid())

@@ -19,8 +19,10 @@ namespace {
 const char valueDetails[]
     = "KIND:VALUE is one of: none, char:A, uchar:N, int:N, uint:N, int64:N, uint64:N, float:X,\n"
       "double:X, string:TEXT, bool:true, bool:false, pointer:0xN, stringlist:A,B,\n"
-      "pointerlist:0xN,0xN, list:[KIND:VALUE,...]. In lists, a backslash before \\ , [ or ]\n"
-      "makes it a plain character.";
+      "pointerlist:0xN,0xN, xml:<A/>, videoclip:[WIDTH,HEIGHT,RATE,MILLISECONDS,SOURCE],\n"
+      "service:[NAME,DISPLAY,PROTOCOL], servicelist:[[NAME,DISPLAY,PROTOCOL],...],\n"
+      "list:[KIND:VALUE,...]. In brackets, a backslash before \\ , [ or ] makes it a plain "
+      "character.";
 
 const char formDetails[]
     = "Whatever the order of the options, the values are loaded, then set; the form is shown, its\n"

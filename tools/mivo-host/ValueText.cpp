@@ -1,5 +1,9 @@
 #include "ValueText.h"
 
+#include <MivoService.h>
+#include <MivoVideoClip.h>
+#include <MivoXmlNode.h>
+
 #include <QVector>
 
 #include <cmath>
@@ -32,7 +36,7 @@ public:
     {
         const MivoArg value = parseValue();
         if (pos < text.size())
-            fail(pos, "the end of the value");
+            failAt(pos, "the end of the value");
         return value;
     }
 
@@ -49,7 +53,7 @@ private:
         throw ValueTextError(text, position + 1, found, expected);
     }
 
-    [[noreturn]] void fail(int position, const char* expected) const
+    [[noreturn]] void failAt(int position, const QString& expected) const
     {
         const QString found = position < text.size() ? quoted(text.mid(position, 1))
                                                      : QString("the end of the text");
@@ -74,7 +78,7 @@ private:
                 continue;
             if (kind->parse != &ValueParser::parseNone) {
                 if (!atCharacter(':'))
-                    fail(pos, "\":\" after the kind");
+                    failAt(pos, "\":\" after the kind");
                 ++pos;
             }
             return (this->*kind->parse)();
@@ -91,6 +95,12 @@ private:
 
     template <class T>
     MivoArg parseInteger()
+    {
+        return MivoArg(integer<T>());
+    }
+
+    template <class T>
+    T integer()
     {
         const Piece piece = scalar();
         const T lowest = std::numeric_limits<T>::min();
@@ -110,12 +120,12 @@ private:
         if (std::is_signed<T>::value) {
             const qlonglong value = piece.text.toLongLong(&fits, 10);
             if (fits && value >= qlonglong(lowest) && value <= qlonglong(highest))
-                return MivoArg(static_cast<T>(value));
+                return static_cast<T>(value);
         } else {
             const bool isNegative = piece.text.startsWith('-');
             const qulonglong value = piece.text.mid(firstDigit).toULongLong(&fits, 10);
             if (fits && value <= qulonglong(highest) && (!isNegative || value == 0))
-                return MivoArg(static_cast<T>(value));
+                return static_cast<T>(value);
         }
         fail(piece.start, quoted(piece.text), expected);
     }
@@ -169,13 +179,85 @@ private:
         return MivoArg(pointers);
     }
 
+    MivoArg parseXml()
+    {
+        const Piece piece = scalar();
+        QString error;
+        const MivoXmlNode node = MivoXmlNode::parse(piece.text.toUtf8(), &error);
+        if (node.isNull())
+            fail(piece.start, quoted(piece.text), "an XML element (" + error + ')');
+        return MivoArg(node);
+    }
+
+    MivoArg parseVideoClip()
+    {
+        MivoVideoClip clip;
+        inBrackets([&] {
+            clip.width = integer<int>();
+            skip(',');
+            clip.height = integer<int>();
+            skip(',');
+            clip.framesPerSecond = integer<int>();
+            skip(',');
+            clip.durationMs = integer<unsigned long long>();
+            skip(',');
+            clip.source = item().text;
+        });
+        return MivoArg(clip);
+    }
+
+    MivoService service()
+    {
+        MivoService parsed;
+        inBrackets([&] {
+            const QString name = item().text;
+            skip(',');
+            const QString displayName = item().text;
+            skip(',');
+            parsed = MivoService(name, displayName, item().text, MivoPluginAction());
+        });
+        return parsed;
+    }
+
+    MivoArg parseService() { return MivoArg(service()); }
+
+    MivoArg parseServiceList()
+    {
+        QList<MivoService> services;
+        requireAt('[');
+        parseItems([&] { services.append(service()); });
+        return MivoArg(services);
+    }
+
     MivoArg parseList()
     {
-        if (!atCharacter('['))
-            fail(pos, "\"[\"");
+        requireAt('[');
         QList<MivoArg> values;
         parseItems([&] { values.append(parseValue()); });
         return MivoArg(values);
+    }
+
+    void requireAt(char character) const
+    {
+        if (!atCharacter(character))
+            failAt(pos, quoted(QChar(character)));
+    }
+
+    void skip(char character)
+    {
+        requireAt(character);
+        ++pos;
+    }
+
+    /** A value of several parts, which @p parseParts reads. */
+    template <class ParseParts>
+    void inBrackets(ParseParts parseParts)
+    {
+        skip('[');
+        ++depth;
+        parseParts();
+        --depth;
+        skip(']');
     }
 
     /** The items of a list, in brackets or, outside all lists, up to the end of the text. */
@@ -184,7 +266,7 @@ private:
     {
         const bool inBrackets = atCharacter('[');
         if (!inBrackets && depth > 0)
-            fail(pos, "\"[\"");
+            failAt(pos, "\"[\"");
         if (inBrackets)
             ++pos;
         ++depth;
@@ -197,7 +279,7 @@ private:
         --depth;
         if (inBrackets) {
             if (!atCharacter(']'))
-                fail(pos, "\",\" or \"]\"");
+                failAt(pos, "\",\" or \"]\"");
             ++pos;
         }
     }
@@ -227,7 +309,7 @@ private:
             if (atCharacter('\\')) {
                 ++pos;
                 if (pos >= text.size() || !special.contains(text.at(pos)))
-                    fail(pos, "one of \\ , [ and ] after a backslash");
+                    failAt(pos, "one of \\ , [ and ] after a backslash");
             }
             piece.text.append(text.at(pos));
             piece.at.append(start);
@@ -275,6 +357,10 @@ const ValueParser::Kind ValueParser::kinds[] = {
     {"bool", &ValueParser::parseBool},
     {"pointer", &ValueParser::parsePointer},
     {"pointerlist", &ValueParser::parsePointerList},
+    {"xml", &ValueParser::parseXml},
+    {"videoclip", &ValueParser::parseVideoClip},
+    {"service", &ValueParser::parseService},
+    {"servicelist", &ValueParser::parseServiceList},
     {"list", &ValueParser::parseList},
     {nullptr, nullptr},
 };

@@ -20,6 +20,10 @@
  *     pointer:0x1f              an address in hexadecimal
  *     stringlist:[a,b]          also without the brackets, unless inside a list
  *     pointerlist:[0x1,0x0]     likewise
+ *     xml:<a b="c"/>            an XML element
+ *     videoclip:[4,3,25,99,a]   width, height, frames per second, milliseconds, source
+ *     service:[a,b,c]           name, name for the user, protocol; without an action
+ *     servicelist:[[a,b,c]]     services
  *     list:[int:1,string:a]     values of any kinds, lists included
  *
  * Inside brackets, and in a list without them, a backslash takes the special meaning from the
