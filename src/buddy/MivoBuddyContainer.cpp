@@ -117,6 +117,7 @@ int MivoBuddyContainer::remove(const MivoBuddy& member)
 {
     if (!isValid())
         return -1;
+    // A copy, as in add().
     const MivoBuddy entry(member); // NOLINT(performance-unnecessary-copy-initialization)
     const QMutexLocker locker(lock);
     // A meta-contact leaves the back-link alone, on purpose.
@@ -135,10 +136,9 @@ MivoBuddy MivoBuddyContainer::takeAt(int i)
         return MivoBuddy();
     refreshIndex();
     const MivoBuddy entry = children->takeAt(i);
-    const QHash<const MivoBuddyPrivate*, int>::iterator found
-        = index->occurrences.find(MivoBuddyPrivate::get(entry));
-    if (found != index->occurrences.end() && --found.value() == 0)
-        index->occurrences.erase(found);
+    const MivoBuddyPrivate* const record = MivoBuddyPrivate::get(entry);
+    if (--index->occurrences[record] == 0)
+        index->occurrences.remove(record);
     if (isNested(entry.getType()))
         --index->nested;
     markIndexFresh();
