@@ -55,6 +55,7 @@ struct Member
 {
     MivoPlugin* plugin;
     MivoPluginThread* thread;
+    bool isInitialised; ///< or has been asked to
 };
 
 } // namespace
@@ -139,19 +140,26 @@ MivoPlugin* MivoHost::load(const QString& fileName, QString* error)
 
 void MivoHost::add(MivoPlugin* plugin)
 {
-    Member member = {plugin, new MivoPluginThread(plugin->name())};
+    Member member = {plugin, new MivoPluginThread(plugin->name()), false};
+    plugin->setParent(nullptr); // an object with a parent cannot be moved
     plugin->moveToThread(member.thread);
     d->members.append(member);
 }
 
 bool MivoHost::start(QString* error)
 {
+    if (d->isStarted || d->isShutDown) {
+        if (error)
+            *error = QString::fromLatin1("the host has been started or shut down before");
+        return false;
+    }
     d->isStarted = true;
     d->dispatcherThread.start();
     for (int i = 0; i < d->members.size(); ++i)
         d->members.at(i).thread->start();
     for (int i = 0; i < d->members.size(); ++i) {
-        const Member member = d->members.at(i);
+        Member& member = d->members[i];
+        member.isInitialised = true;
         QString failure;
         try {
             QList<MivoArg> host;
@@ -193,8 +201,10 @@ void MivoHost::shutdown()
             continue;
         }
         try {
-            MivoWait::callSlot(member.plugin, &MivoPlugin::shutdownInThread, nullptr,
-                               QList<MivoArg>(), member.thread);
+            QList<MivoArg> isInitialised;
+            isInitialised.append(MivoArg(member.isInitialised));
+            MivoWait::callSlot(member.plugin, &MivoPlugin::shutdownInThread, nullptr, isInitialised,
+                               member.thread);
             delete member.thread;
         } catch (const MivoCallSlotTimeoutException&) {
             // A QThread that runs must not be destroyed: this one and its plug-in are given up.

@@ -30,7 +30,8 @@ public:
  *
  * One host at a time. It is made, filled, started and destroyed in one thread, in which a
  * QCoreApplication exists. From start() to shutdown() the other functions may be called from any
- * thread, the plug-ins' own included. Plug-ins and threads belong to the host.
+ * thread, the plug-ins' own included, with one of the host's plug-ins as the target. Plug-ins and
+ * threads belong to the host, which makes its dispatcher the receiver of all actions.
  */
 class MIVO_HOST_EXPORT MivoHost
 {
@@ -40,18 +41,22 @@ public:
     ~MivoHost();
 
     /**
-     * Loads the plug-in in @p fileName; to be called before start(). Returns null when it is
-     * refused, with one sentence on the reason in @p error. Its code stays loaded until the process
-     * ends.
+     * Loads the plug-in in @p fileName, which then belongs to the host; to be called before start().
+     * Returns null when it is refused, with one sentence on the reason in @p error. Its code stays
+     * loaded until the process ends.
      */
     MivoPlugin* load(const QString& fileName, QString* error = nullptr);
-    /** Takes over a plug-in that was made in this process; to be called before start(). */
+    /**
+     * Takes over a plug-in that was made in the calling thread, from its parent too if it has one; to
+     * be called before start().
+     */
     void add(MivoPlugin* plugin);
 
     /**
      * Starts all threads, then initialises the plug-ins in the order they were loaded, each in its
      * own thread. Returns false, with one sentence in @p error, when one of them could not: the
-     * host must then be shut down.
+     * host must then be shut down. A host is started once: a second time returns false and changes
+     * nothing.
      */
     bool start(QString* error = nullptr);
     /**
@@ -82,7 +87,10 @@ public:
      * after 30000 ms without an answer.
      */
     QList<MivoField> fields(MivoPlugin* target) const;
-    /** An action that runs a slot by name; throws a MivoHostError when there is no such slot. */
+    /**
+     * An action that runs a slot by name; throws a MivoHostError when there is no such slot. It is to be
+     * run without arguments: given ones would take the place of the slot's name, which is stored too.
+     */
     MivoPluginAction action(MivoPlugin* target, const QString& slot,
                             const QList<MivoArg>& arguments) const;
 

@@ -21,7 +21,7 @@ QStringList slotNames(const QMetaObject* metaObject, const QByteArray& parameter
         const QByteArray signature = mivoMethodSignature(method);
         const int nameLength = static_cast<int>(signature.indexOf('('));
         if (method.methodType() == QMetaMethod::Slot && signature.mid(nameLength) == parameters)
-            names.append(QString::fromLatin1(signature.left(nameLength)));
+            names.append(QString::fromLatin1(signature.left(nameLength).constData()));
     }
     return names;
 }
@@ -34,7 +34,8 @@ int takeSlot(const MivoPlugin& plugin, QList<MivoArg>& arguments, const char* pa
 {
     const QString name = arguments.isEmpty() ? QString() : arguments.takeFirst().toString();
     const QMetaObject* const metaObject = plugin.metaObject();
-    const QByteArray signature = QMetaObject::normalizedSignature(name.toLatin1() + parameters);
+    const QByteArray signature
+        = QMetaObject::normalizedSignature(QByteArray(name.toLatin1() + parameters).constData());
     const int index = metaObject->indexOfSlot(signature.constData());
     if (index < 0) {
         const QString message
@@ -142,10 +143,12 @@ void MivoPlugin::fieldsInThread(MivoPlugin*, QList<MivoArg>& arguments)
     }
 }
 
-void MivoPlugin::shutdownInThread(MivoPlugin*, QList<MivoArg>&)
+/** Takes the Bool of whether the plug-in has been initialised. */
+void MivoPlugin::shutdownInThread(MivoPlugin*, QList<MivoArg>& arguments)
 {
     try {
-        shutdown();
+        if (arguments.first().toBool())
+            shutdown();
     } catch (...) {
         MivoHostLog::write(name() + QLatin1String(": the shutdown failed: ")
                            + MivoHostLog::currentException());

@@ -44,7 +44,10 @@ public:
      * Returns whether the plug-in can work: the host cannot be started otherwise. True by default.
      */
     virtual bool initialise(MivoHost& host);
-    /** Called once, in the plug-in's thread, before it ends. Does nothing by default. */
+    /**
+     * Called once, in the plug-in's thread, before it ends; not when initialise() has not been called,
+     * nor when the thread has ended on its own. Does nothing by default.
+     */
     virtual void shutdown();
     /** What the plug-in offers to its users; nothing by default. */
     virtual QList<MivoService> services() const;
@@ -67,7 +70,8 @@ public:
     void callByName(MivoPlugin* sender, QList<MivoArg>& arguments);
     /**
      * Runs the action slot whose name is the first of @p arguments with the others. Throws what the
-     * slot throws, and a std::invalid_argument when there is no such slot.
+     * slot throws, and a std::invalid_argument when there is no such slot. An action that is bound to
+     * this is run without arguments: given ones would take the place of the name.
      */
     void runByName(QList<MivoArg>& arguments);
 

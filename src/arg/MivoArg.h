@@ -101,8 +101,14 @@ public:
     MivoArg(const QList<MivoArg>& value);
     MivoArg(const MivoService& value);
     MivoArg(const QList<MivoService>& value);
-    /** Not a kind: a string literal, like any pointer to const, would otherwise become a Bool. */
+    // Not kinds: string literals and other pointers to const, functions and pointers to members, all of
+    // which would otherwise become a Bool.
     MivoArg(const void*) = delete;
+    MivoArg(const volatile void*) = delete;
+    template <class Result, class... Parameters>
+    MivoArg(Result (*)(Parameters...)) = delete;
+    template <class Class, class Member>
+    MivoArg(Member Class::*) = delete;
 
     MivoArg(const MivoArg& other);
     /** Takes @p other's record, which leaves @p other empty. */
@@ -189,7 +195,8 @@ MIVO_DATA_EXPORT QDebug operator<<(QDebug dbg, MivoArg::Type type);
  * Prints "MivoArg(KIND: VALUE)"; the stream is in space mode afterwards.
  *
  * A BuddyResource, which has no printer of its own, must not be printed, nor a list that holds one:
- * its print contains itself, and ends only with the stack.
+ * its print contains itself, and ends only with the stack. The print of lists in lists takes stack
+ * for each level: hundreds are harmless, tens of thousands are not.
  */
 MIVO_DATA_EXPORT QDebug operator<<(QDebug dbg, const MivoArg& arg);
 

@@ -28,8 +28,9 @@ public:
     QList<MivoArg> arguments;
 
     /**
-     * The receiver of every action event; not owned. The host sets it before the first action runs,
-     * and the library only reads it. While it is null, actions are lost without a call.
+     * The receiver of every action event; not owned. The host sets it before any thread that runs
+     * actions starts, since nothing guards it; the library only reads it. While it is null, actions are
+     * lost without a call, and Qt warns of each.
      */
     static QObject* dispatcher;
 

@@ -12,8 +12,10 @@ class MivoTimerReceiver;
  * One timed call-back for code that is no QObject.
  *
  * The receiver is called once, in the thread that started the timer, from that thread's event loop,
- * and must live until then. A MivoTimer is only a handle of the timer that it started last: copies
- * refer to the same one, and destroying the handle neither stops nor frees it.
+ * and must live until then; if the thread ends before, nothing is called. A MivoTimer is only a
+ * handle of the timer that it started last: copies refer to the same one, and destroying the handle
+ * neither stops nor frees it. Once it has fired, a timer goes on ticking into nothing, at its
+ * interval, until its thread ends.
  */
 class MIVO_DATA_EXPORT MivoTimer
 {

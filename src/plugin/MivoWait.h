@@ -31,9 +31,14 @@ public:
     bool wait(unsigned long ms);
     void wakeUp();
 
+    /**
+     * Replaces the result. Not to be called after wakeUp(): from then on the object belongs to the
+     * asking side, which may have deleted it.
+     */
     void setRetValue(QList<MivoArg> values);
     /** Makes @p value the only element of the result. */
     void setRetValue(MivoArg value);
+    /** A copy of the result. */
     QList<MivoArg> getRetValue();
 
     /**
@@ -51,8 +56,9 @@ public:
      * Otherwise a MivoCallSlotEvent is posted to the QThread object, which must live in the thread
      * it runs, and the caller blocks.
      *
-     * Throws MivoCallSlotTimeoutException when there is no answer within 30000 ms; a late answer is
-     * then lost, and the MivoWait that it still goes to is leaked on purpose.
+     * Throws MivoCallSlotTimeoutException when there is no answer within 30000 ms. The posted event is
+     * not taken back: the member may still be called, so that @p target and @p sender must outlive the
+     * thread. Its answer is then lost, and the MivoWait that it goes to is leaked on purpose.
      */
     static QList<MivoArg> callSlot(MivoPlugin* target, MivoCallSlotEvent::Member member,
                                    MivoPlugin* sender, const QList<MivoArg>& arguments,

@@ -195,6 +195,9 @@ private Q_SLOTS:
     void aPluginThatCannotBeInitialisedIsReported();
     void aHostThatWasNotStartedFreesItsPlugins();
     void shuttingDownTwiceIsHarmless();
+    void aHostIsStartedOnce();
+    void aPluginLeavesItsParent();
+    void whatWasNotInitialisedIsNotShutDown();
     void theDispatcherIsForgottenWithItsHost();
 };
 
@@ -532,6 +535,47 @@ void MivoHostTest::shuttingDownTwiceIsHarmless()
     host.shutdown();
     QCOMPARE(diary.read().count("a deleted in a"), 1);
     QVERIFY(host.plugins().isEmpty());
+}
+
+void MivoHostTest::aHostIsStartedOnce()
+{
+    Diary diary;
+    MivoHost host;
+    host.add(new DiaryPlugin("a", diary));
+    QVERIFY(host.start());
+    QString error;
+    QVERIFY(!host.start(&error));
+    QCOMPARE(error, QString("the host has been started or shut down before"));
+    host.shutdown();
+    QVERIFY(!host.start(&error));
+    QCOMPARE(diary.read(),
+             QStringList({"a initialised in a", "a shut down in a", "a deleted in a"}));
+}
+
+void MivoHostTest::aPluginLeavesItsParent()
+{
+    Diary diary;
+    QObject parent;
+    MivoHost host;
+    auto* const plugin = new DiaryPlugin("a", diary);
+    plugin->setParent(&parent);
+    host.add(plugin);
+    QVERIFY(parent.children().isEmpty());
+    QCOMPARE(plugin->thread(), static_cast<QThread*>(host.threadOf(plugin)));
+}
+
+void MivoHostTest::whatWasNotInitialisedIsNotShutDown()
+{
+    Diary diary;
+    MivoHost host;
+    host.add(new DiaryPlugin("a", diary));
+    host.add(new UnwillingPlugin(UnwillingPlugin::ByReturning));
+    host.add(new DiaryPlugin("b", diary));
+    QVERIFY(!host.start());
+    host.shutdown();
+    QCOMPARE(diary.read(),
+             QStringList(
+                 {"a initialised in a", "b deleted in b", "a shut down in a", "a deleted in a"}));
 }
 
 void MivoHostTest::theDispatcherIsForgottenWithItsHost()
