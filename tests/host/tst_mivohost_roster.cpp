@@ -1,32 +1,16 @@
+#include "MivoHostCommand.h"
+
 #include <MivoAccountConnection.h>
 #include <MivoBuddyContact.h>
 #include <MivoBuddyGroup.h>
 #include <MivoHost.h>
 #include <MivoSubscriptionType.h>
 
-#include <QtTest>
-
 namespace {
-
-struct Outcome
-{
-    int status;
-    QString out;
-    QString error;
-};
 
 Outcome roster(const QStringList& arguments)
 {
-    QProcess process;
-    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.insert("LC_ALL", "C");
-    process.setProcessEnvironment(environment);
-    process.start(MIVO_HOST, QStringList("roster") + arguments);
-    if (!process.waitForFinished(60000))
-        return {-1, QString(), "has not ended in time"};
-    return {process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -2,
-            QString::fromUtf8(process.readAllStandardOutput()),
-            QString::fromUtf8(process.readAllStandardError())};
+    return mivoHost(QStringList("roster") + arguments);
 }
 
 const QString plugin = ROSTER_PLUGIN;
