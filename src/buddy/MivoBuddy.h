@@ -58,6 +58,7 @@ public:
 
     /** The number of unread messages; 0 for an invalid handle. */
     int unreadMessages() const;
+    /** Sets the number for all handles of the entry; does nothing for an invalid handle. */
     void setUnreadMessages(int count);
 
 protected:
@@ -86,9 +87,12 @@ MIVO_DATA_EXPORT bool buddyLessThan(const MivoBuddy& a, const MivoBuddy& b);
  */
 MIVO_DATA_EXPORT bool groupLessThan(const MivoBuddy& a, const MivoBuddy& b);
 
-/** "MivoBuddy::" and the name of the kind. */
+/** "MivoBuddy::" and the name of the kind, which is left out for a number that is no kind. */
 MIVO_DATA_EXPORT QDebug operator<<(QDebug dbg, MivoBuddy::Type type);
-/** Writes the entry as its kind class does, which gives two blanks at the end. */
+/**
+ * Writes the entry as its kind class does, which gives two blanks at the end; an invalid one and one
+ * of kind Other in a form of their own with one blank; nothing but the blank for an unknown kind.
+ */
 MIVO_DATA_EXPORT QDebug operator<<(QDebug dbg, const MivoBuddy& buddy);
 
 #endif

@@ -90,7 +90,7 @@ public:
     /**
      * Writes the values of @p fields, in their order, into the contact's fields of the same ids and
      * skips those that the contact does not have. Throws as setFieldValue() does; what was written
-     * before stays. A label has no value, so that one in @p fields throws.
+     * before stays. A label has no value, so that one in @p fields throws unless it is skipped.
      */
     void setFieldValues(const QList<MivoField>& fields);
 };

@@ -195,6 +195,7 @@ bool MivoBuddyContainer::containsContact(const MivoBuddyContact& contact) const
         return false;
     {
         const QMutexLocker indexLocker(&index->mutex);
+        refreshIndex();
         if (contact.getType() == MivoBuddy::Contact && holds(contact))
             return true;
         if (index->nested == 0)

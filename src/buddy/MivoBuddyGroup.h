@@ -25,9 +25,10 @@ class MivoBuddyMeta;
  * | MivoBuddyMeta::addBuddy()  | set to the meta-contact; only a contact leaves its old place |
  * | MivoBuddyMeta::removeBuddy(), removeAt() | stays                                          |
  *
- * All operations may be called in different threads at once. Each waits for the group's lock,
- * except for isExpanded(), setExpanded() and those that start with "contains". An invalid handle
- * answers false, -1 or an invalid handle; changing it does nothing.
+ * All operations but isExpanded() and setExpanded() may be called in different threads at once. Each
+ * waits for the group's lock, except for those that start with "contains"; the counts read the
+ * presences of contacts, which nothing guards. An invalid handle answers false, -1 or an invalid
+ * handle; changing it does nothing.
  */
 class MIVO_DATA_EXPORT MivoBuddyGroup : public MivoBuddy
 {
@@ -35,7 +36,7 @@ public:
     /** An invalid handle. */
     MivoBuddyGroup();
     /** A new group without members, not expanded. */
-    explicit MivoBuddyGroup(const QString& display);
+    MivoBuddyGroup(const QString& display);
     /** The same group; invalid if @p other is not a group. */
     MivoBuddyGroup(const MivoBuddy& other);
     MivoBuddyGroup(const MivoBuddyGroup& other);
@@ -61,9 +62,10 @@ public:
     int statusChildCount(MivoPresence::Flag flag) const;
 
     /**
-     * Appends @p buddy and sets its back-link; a contact leaves the container that held it.
-     * Returns false, and changes nothing, if it is a member already or a group, an entry of kind
-     * Other or invalid.
+     * Appends @p buddy and sets its back-link; a contact leaves the container that held it, for
+     * whose lock the call may wait. Returns false, and changes nothing, if it is a member already
+     * or a group, an entry of kind Other or invalid. An entry of an unknown kind number has no
+     * back-link.
      */
     bool addBuddy(const MivoBuddy& buddy);
     /** Clears a back-link to this group; returns how many entries of the list were removed. */

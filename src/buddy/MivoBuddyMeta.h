@@ -14,8 +14,8 @@ class MivoBuddyGroup;
  * on purpose; so does removeAt(). Until a member that was removed so gets another parent, it keeps
  * the meta-contact alive.
  *
- * All operations may be called in different threads at once. Each waits for the meta-contact's
- * lock, except for getGroup(), isExpanded(), setExpanded() and containsContact(). An invalid handle
+ * All operations but isExpanded() and setExpanded() may be called in different threads at once. Each
+ * waits for the meta-contact's lock, except for getGroup() and containsContact(). An invalid handle
  * answers false, -1 or an invalid handle; changing it does nothing.
  */
 class MIVO_DATA_EXPORT MivoBuddyMeta : public MivoBuddy
@@ -24,7 +24,7 @@ public:
     /** An invalid handle. */
     MivoBuddyMeta();
     /** A new meta-contact without members and group, not expanded. */
-    explicit MivoBuddyMeta(const QString& display);
+    MivoBuddyMeta(const QString& display);
     /** The same meta-contact; invalid if @p other is not one. */
     MivoBuddyMeta(const MivoBuddy& other);
     MivoBuddyMeta(const MivoBuddyMeta& other);

@@ -15,7 +15,7 @@ class MivoPresence;
  *
  * Its display name is its id. Sharing is that of MivoBuddy; the account is only pointed to. An
  * invalid handle answers null, a null string, invalid values and an empty list; changing it does
- * nothing.
+ * nothing. An entry that one thread changes must not be read in another at the same time.
  */
 class MIVO_DATA_EXPORT MivoBuddyTemporary : public MivoBuddy
 {

@@ -9,7 +9,7 @@
  * The kind of client that a resource is: a desk-top program or a telephone, for instance.
  *
  * Owned by whoever makes it, the protocol plug-in as a rule, and to be kept for as long as a
- * resource points at it.
+ * resource points at it. Resources read it in any thread: it must not be changed meanwhile.
  */
 struct MIVO_DATA_EXPORT MivoBuddyResourceType
 {

@@ -9,7 +9,8 @@
  * One status that the contacts of a contact type can show.
  *
  * Made by the plug-in that defines the contact type and, once it stands in
- * MivoBuddyTypePrivate::presences, owned by that contact type. Presences point at it.
+ * MivoBuddyTypePrivate::presences, owned by that contact type. Presences point at it, in
+ * any thread, so that it must not be changed once it is in use.
  */
 struct MivoPresenceType
 {
