@@ -41,14 +41,14 @@ public:
     ~MivoHost();
 
     /**
-     * Loads the plug-in in @p fileName, which then belongs to the host; to be called before start().
-     * Returns null when it is refused, with one sentence on the reason in @p error. Its code stays
-     * loaded until the process ends.
+     * Loads the plug-in in @p fileName, which then belongs to the host; to be called before
+     * start(). Returns null when it is refused, with one sentence on the reason in @p error. Its
+     * code stays loaded until the process ends.
      */
     MivoPlugin* load(const QString& fileName, QString* error = nullptr);
     /**
-     * Takes over a plug-in that was made in the calling thread, from its parent too if it has one; to
-     * be called before start().
+     * Takes over a plug-in that was made in the calling thread, from its parent too if it has one;
+     * to be called before start().
      */
     void add(MivoPlugin* plugin);
 
@@ -88,8 +88,9 @@ public:
      */
     QList<MivoField> fields(MivoPlugin* target) const;
     /**
-     * An action that runs a slot by name; throws a MivoHostError when there is no such slot. It is to be
-     * run without arguments: given ones would take the place of the slot's name, which is stored too.
+     * An action that runs a slot by name; throws a MivoHostError when there is no such slot. It is
+     * to be run without arguments: given ones would take the place of the slot's name, which is
+     * stored too.
      */
     MivoPluginAction action(MivoPlugin* target, const QString& slot,
                             const QList<MivoArg>& arguments) const;

@@ -45,15 +45,15 @@ public:
      */
     virtual bool initialise(MivoHost& host);
     /**
-     * Called once, in the plug-in's thread, before it ends; not when initialise() has not been called,
-     * nor when the thread has ended on its own. Does nothing by default.
+     * Called once, in the plug-in's thread, before it ends; not when initialise() has not been
+     * called, nor when the thread has ended on its own. Does nothing by default.
      */
     virtual void shutdown();
     /** What the plug-in offers to its users; nothing by default. */
     virtual QList<MivoService> services() const;
     /**
-     * The form of the plug-in's settings; no fields by default. Called in the plug-in's thread, once
-     * that runs.
+     * The form of the plug-in's settings; no fields by default. Called in the plug-in's thread,
+     * once that runs.
      */
     virtual QList<MivoField> fields() const;
 
@@ -70,8 +70,8 @@ public:
     void callByName(MivoPlugin* sender, QList<MivoArg>& arguments);
     /**
      * Runs the action slot whose name is the first of @p arguments with the others. Throws what the
-     * slot throws, and a std::invalid_argument when there is no such slot. An action that is bound to
-     * this is run without arguments: given ones would take the place of the name.
+     * slot throws, and a std::invalid_argument when there is no such slot. An action that is bound
+     * to this is run without arguments: given ones would take the place of the name.
      */
     void runByName(QList<MivoArg>& arguments);
 

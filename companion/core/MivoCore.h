@@ -20,8 +20,8 @@
 MIVO_CORE_EXPORT std::runtime_error mivo_oom(const QString& className);
 
 /**
- * The error of a value of @p className that was asked for as another kind than it is: "CLASS: cannot
- * convert FROM to TO".
+ * The error of a value of @p className that was asked for as another kind than it is: "CLASS:
+ * cannot convert FROM to TO".
  */
 MIVO_CORE_EXPORT std::runtime_error mivo_conversion(const QString& className,
                                                     const QString& fromKind, const QString& toKind);

@@ -90,9 +90,8 @@ public:
      * The element as well-formed UTF-8 without an XML declaration, the same bytes in every run:
      * attributes are sorted by name, and what XML cannot carry (control characters, lone
      * surrogates, U+FFFE and U+FFFF) becomes U+FFFD. Elements that hold elements only are laid out
-     * in lines,
-     * @p indent blanks (at most 16) deeper at each level, with a line end behind the last; with a
-     * negative @p indent all is written without a break. Empty for a null handle.
+     * in lines, each level @p indent blanks (at most 16) deeper, with a line end behind the last;
+     * with a negative @p indent all is written without a break. Empty for a null handle.
      */
     QByteArray toXml(int indent = 2) const;
 

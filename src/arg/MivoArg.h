@@ -101,8 +101,8 @@ public:
     MivoArg(const QList<MivoArg>& value);
     MivoArg(const MivoService& value);
     MivoArg(const QList<MivoService>& value);
-    // Not kinds: string literals and other pointers to const, functions and pointers to members, all of
-    // which would otherwise become a Bool.
+    // Not kinds: string literals and other pointers to const, functions and pointers to members,
+    // all of which would otherwise become a Bool.
     MivoArg(const void*) = delete;
     MivoArg(const volatile void*) = delete;
     template <class Result, class... Parameters>

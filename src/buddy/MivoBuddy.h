@@ -90,8 +90,9 @@ MIVO_DATA_EXPORT bool groupLessThan(const MivoBuddy& a, const MivoBuddy& b);
 /** "MivoBuddy::" and the name of the kind, which is left out for a number that is no kind. */
 MIVO_DATA_EXPORT QDebug operator<<(QDebug dbg, MivoBuddy::Type type);
 /**
- * Writes the entry as its kind class does, which gives two blanks at the end; an invalid one and one
- * of kind Other in a form of their own with one blank; nothing but the blank for an unknown kind.
+ * Writes the entry as its kind class does, which gives two blanks at the end; an invalid one and
+ * one of kind Other in a form of their own with one blank; nothing but the blank for an unknown
+ * kind.
  */
 MIVO_DATA_EXPORT QDebug operator<<(QDebug dbg, const MivoBuddy& buddy);
 

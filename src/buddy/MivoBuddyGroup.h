@@ -25,8 +25,8 @@ class MivoBuddyMeta;
  * | MivoBuddyMeta::addBuddy()  | set to the meta-contact; only a contact leaves its old place |
  * | MivoBuddyMeta::removeBuddy(), removeAt() | stays                                          |
  *
- * All operations but isExpanded() and setExpanded() may be called in different threads at once. Each
- * waits for the group's lock, except for those that start with "contains"; the counts read the
+ * All operations but isExpanded() and setExpanded() may be called in different threads at once.
+ * Each waits for the group's lock, except for those that start with "contains"; the counts read the
  * presences of contacts, which nothing guards. An invalid handle answers false, -1 or an invalid
  * handle; changing it does nothing.
  */

@@ -15,9 +15,9 @@ class MivoPresence;
  *
  * The first contact speaks for all: nothing is ranked. Sharing is that of MivoBuddy. The entry
  * keeps its contacts alive and does not change their parents. An invalid handle, and an entry
- * without contacts, answer null strings, an invalid presence and empty lists; changing an invalid one
- * does nothing. Nothing guards the contacts: an entry whose contacts one thread replaces must not be
- * read in another at the same time.
+ * without contacts, answer null strings, an invalid presence and empty lists; changing an invalid
+ * one does nothing. Nothing guards the contacts: an entry whose contacts one thread replaces must
+ * not be read in another at the same time.
  */
 class MIVO_DATA_EXPORT MivoBuddyMerged : public MivoBuddy
 {

@@ -14,9 +14,9 @@ class MivoBuddyGroup;
  * on purpose; so does removeAt(). Until a member that was removed so gets another parent, it keeps
  * the meta-contact alive.
  *
- * All operations but isExpanded() and setExpanded() may be called in different threads at once. Each
- * waits for the meta-contact's lock, except for getGroup() and containsContact(). An invalid handle
- * answers false, -1 or an invalid handle; changing it does nothing.
+ * All operations but isExpanded() and setExpanded() may be called in different threads at once.
+ * Each waits for the meta-contact's lock, except for getGroup() and containsContact(). An invalid
+ * handle answers false, -1 or an invalid handle; changing it does nothing.
  */
 class MIVO_DATA_EXPORT MivoBuddyMeta : public MivoBuddy
 {

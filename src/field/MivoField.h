@@ -135,7 +135,10 @@ public:
     /** The selected item; a null string when the index lies beyond the last one. */
     QString getSelectedString() const;
 
-    /** The image bytes inside the shared record: what is written to them, all copies see. */
+    /**
+     * The image bytes inside the shared record: what is written to them, all copies see. The
+     * reference is good until a setter is called on this field, or the record's last copy goes.
+     */
     QByteArray& getImgData();
 
     // Flags of the shared record.
@@ -152,14 +155,16 @@ public:
      */
     MivoArg getValue() const;
 
-    /** Runs the action of a Button. */
+    /** Posts the action of a Button; does nothing when there is none. */
     void clicked();
 
     /** A new "field" element with the id, the kind and what the user can change. */
     MivoXmlNode toXml() const;
     /**
      * Takes the values of a "field" element over. Does nothing when the element has no id or
-     * another one, or is of another kind. Never changes id, kind, label or group.
+     * another one, or is of another kind, nor on a null field. Never changes id, kind, label or
+     * group. What is no number, or none that fits, reads as 0; a box is checked by "1" alone; a
+     * missing text reads as a null string. Elements of one document are for one thread at a time.
      */
     void fromXml(const MivoXmlNode& node);
 

@@ -65,7 +65,9 @@ double toNumber(const QByteArray& text, double)
 template <class Number>
 Number numberAt(const MivoXmlNode& node, const char* attribute)
 {
-    return toNumber(node.getAttribute(QLatin1String(attribute)).toLatin1(), Number());
+    const QByteArray text = node.getAttribute(QLatin1String(attribute)).toLatin1();
+    // A number with blanks around it is none; the generations of Qt differ on that.
+    return text == text.trimmed() ? toNumber(text, Number()) : Number();
 }
 
 QString firstString(const MivoXmlNode& node)

@@ -37,7 +37,8 @@ public:
     /**
      * The collector of the process, made by the first call. That call is not locked: make it in one
      * thread, the one in which the rounds are to run, before others use the collector. Null if
-     * there is no memory for it.
+     * there is no memory for it; std::bad_alloc if there is none for its parts. Never to be
+     * deleted.
      */
     static MivoGarbageCollector* getInstance();
 

@@ -62,14 +62,14 @@ public:
     MivoBuffer* getBuffer();
 
     /**
-     * Waits until every buffer has been released, one after the other in ring order. The name is
-     * spelt this way and stays so: plug-ins call it.
+     * Waits until every buffer has been released, one after the other in ring order, for ever if
+     * one never is. The name is spelt this way and stays so: plug-ins call it.
      */
     void waitForRelese();
 
     /**
-     * Waits until every buffer has been released and deletes them all. count() and getSize() keep
-     * their values, but there is no buffer to get before the next create().
+     * Waits as waitForRelese() does, then deletes all buffers in ring order. count() and getSize()
+     * keep their values, but there is no buffer to get before the next create().
      */
     void remove();
 

@@ -29,8 +29,8 @@ public:
 
     /**
      * The receiver of every action event; not owned. The host sets it before any thread that runs
-     * actions starts, since nothing guards it; the library only reads it. While it is null, actions are
-     * lost without a call, and Qt warns of each.
+     * actions starts, since nothing guards it; the library only reads it. While it is null, actions
+     * are lost without a call, and Qt warns of each.
      */
     static QObject* dispatcher;
 

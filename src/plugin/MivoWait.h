@@ -56,9 +56,10 @@ public:
      * Otherwise a MivoCallSlotEvent is posted to the QThread object, which must live in the thread
      * it runs, and the caller blocks.
      *
-     * Throws MivoCallSlotTimeoutException when there is no answer within 30000 ms. The posted event is
-     * not taken back: the member may still be called, so that @p target and @p sender must outlive the
-     * thread. Its answer is then lost, and the MivoWait that it goes to is leaked on purpose.
+     * Throws MivoCallSlotTimeoutException when there is no answer within 30000 ms. The posted event
+     * is not taken back: the member may still be called, so that @p target and @p sender must
+     * outlive the thread. Its answer is then lost, and the MivoWait that it goes to is leaked on
+     * purpose.
      */
     static QList<MivoArg> callSlot(MivoPlugin* target, MivoCallSlotEvent::Member member,
                                    MivoPlugin* sender, const QList<MivoArg>& arguments,

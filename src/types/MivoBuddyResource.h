@@ -8,7 +8,8 @@ struct MivoBuddyResourceType;
 /**
  * One connected client of a contact, with a presence of its own.
  *
- * A plain value: copies may be used in different threads at once, one object may not. It points at its resource type, which it does not own; without one it is invalid.
+ * A plain value: copies may be used in different threads at once, one object may not. It points at
+ * its resource type, which it does not own; without one it is invalid.
  */
 class MIVO_DATA_EXPORT MivoBuddyResource
 {

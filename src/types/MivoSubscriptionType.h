@@ -8,8 +8,9 @@
 /**
  * The kind of presence subscription that links the user and a contact.
  *
- * A plain value of independent copies, which never changes once it is made but by assignment. The descriptors that a contact type lists are owned by that
- * contact type; a contact keeps a copy of its own.
+ * A plain value of independent copies, which never changes once it is made but by assignment. The
+ * descriptors that a contact type lists are owned by that contact type; a contact keeps a copy of
+ * its own.
  */
 class MIVO_DATA_EXPORT MivoSubscriptionType
 {

@@ -378,6 +378,10 @@ void tst_MivoFieldXml::readingMapsElementsToValues_data()
     QTest::newRow("no numbers at all")
         << spinBox(10, 1, 5) << QByteArray("<field type='spinbox'><id>i</id></field>")
         << spinBox(0, 0, 0);
+    QTest::newRow("numbers with blanks around them")
+        << spinBox(10, 1, 5)
+        << QByteArray("<field type='spinbox' max=' 7' min='7 ' val=' 7 '><id>i</id></field>")
+        << spinBox(0, 0, 0);
     QTest::newRow("value outside the limits")
         << spinBox(10, 1, 5)
         << QByteArray("<field type='spinbox' max='20' min='15' val='3'><id>i</id></field>")
