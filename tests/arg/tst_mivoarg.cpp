@@ -192,6 +192,38 @@ QList<Any> anyKind()
     return all;
 }
 
+/** A variant of @p kind that holds @p list, at once or in an action. */
+MivoArg holderOf(const QList<MivoArg>& list, MivoArg::Type kind)
+{
+    const MivoPluginAction action(&pluginA, nullptr, list);
+    const MivoService service("n", "d", "p", action);
+    switch (kind) {
+    case MivoArg::PluginAction:
+        return action;
+    case MivoArg::Service:
+        return service;
+    case MivoArg::ServiceList:
+        return QList<MivoService>() << service;
+    default:
+        return list;
+    }
+}
+
+/** The list that holderOf() has put into @p holder. */
+QList<MivoArg> heldBy(const MivoArg& holder)
+{
+    switch (holder.getType()) {
+    case MivoArg::PluginAction:
+        return holder.toPluginAction().getActionData();
+    case MivoArg::Service:
+        return holder.toService().getAction().getActionData();
+    case MivoArg::ServiceList:
+        return holder.toServiceList().at(0).getAction().getActionData();
+    default:
+        return holder.toArgList();
+    }
+}
+
 MivoArg deeplyNested(int depth, const std::function<MivoArg(const QList<MivoArg>&)>& wrap)
 {
     MivoArg arg(depth);
@@ -987,37 +1019,40 @@ void tst_MivoArg::recordOfKindNoneIsLikeTheEmptyValue()
 
 void tst_MivoArg::depthOfNestingIsNotLimitedByTheStack_data()
 {
-    QTest::addColumn<bool>("actions");
-    QTest::newRow("lists") << false;
-    QTest::newRow("actions and lists in turn") << true;
+    QTest::addColumn<int>("kind");
+    QTest::addColumn<bool>("listsBetween");
+    QTest::newRow("lists") << int(MivoArg::ArgList) << false;
+    QTest::newRow("actions") << int(MivoArg::PluginAction) << false;
+    QTest::newRow("actions and lists in turn") << int(MivoArg::PluginAction) << true;
+    QTest::newRow("services") << int(MivoArg::Service) << false;
+    QTest::newRow("lists of services") << int(MivoArg::ServiceList) << false;
 }
 
 void tst_MivoArg::depthOfNestingIsNotLimitedByTheStack()
 {
-    QFETCH(bool, actions);
+    QFETCH(int, kind);
+    QFETCH(bool, listsBetween);
     const int depth = 100000;
     int seenDepth = 0;
     bool isEqualToItsCopy = false;
     bool isEqualToAnother = false;
     const auto work = [&] {
         const auto nested = [&] {
-            bool action = false;
+            bool between = true;
             return deeplyNested(depth, [&](const QList<MivoArg>& list) {
-                action = actions && !action;
-                return action ? MivoArg(MivoPluginAction(&pluginA, nullptr, list)) : MivoArg(list);
+                between = listsBetween && !between;
+                return between ? MivoArg(list) : holderOf(list, MivoArg::Type(kind));
             });
         };
         MivoArg arg = nested();
         const MivoArg copy(arg);
         isEqualToItsCopy = copy == arg;
-        if (!actions)
+        if (kind != MivoArg::PluginAction)
             isEqualToAnother = arg == nested();
         MivoArg cursor;
         swap(cursor, arg);
         while (cursor.getType() != MivoArg::Int) {
-            MivoArg inner = cursor.getType() == MivoArg::ArgList
-                ? cursor.toArgList().at(0)
-                : cursor.toPluginAction().getActionData().at(0);
+            MivoArg inner = heldBy(cursor).at(0);
             swap(cursor, inner);
             ++seenDepth;
         }

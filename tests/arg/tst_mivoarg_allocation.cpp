@@ -1,4 +1,5 @@
 #include "MivoArg.h"
+#include "MivoArg_p.h"
 #include "MivoBuddy.h"
 #include "MivoBuddyGroup.h"
 #include "MivoBuddyResource.h"
@@ -21,6 +22,8 @@ namespace {
 // What the operators below do and see in this thread.
 thread_local int allocationsUntilFailure = 0; ///< 0: none fails
 thread_local int nonThrowingAllocations = 0;
+thread_local int throwingAllocations = 0;
+thread_local int firstThrowingFailure = 0; ///< it and all that follow fail; 0: none fails
 thread_local int livingAllocations = 0; ///< of both kinds
 
 void* allocate(std::size_t size)
@@ -42,8 +45,11 @@ void release(void* memory)
 
 void* operator new(std::size_t size)
 {
-    if (void* const memory = allocate(size))
-        return memory;
+    ++throwingAllocations;
+    if (firstThrowingFailure == 0 || throwingAllocations < firstThrowingFailure) {
+        if (void* const memory = allocate(size))
+            return memory;
+    }
     throw std::bad_alloc();
 }
 
@@ -138,6 +144,8 @@ private Q_SLOTS:
     void copyingAllocatesNothing();
     void emptyValueAllocatesNothing();
     void failedConstructionLeavesATargetAlone();
+    void destructionWithoutMemoryLeaksNothing_data();
+    void destructionWithoutMemoryLeaksNothing();
 };
 
 void tst_MivoArgAllocation::everyConstructorIsTried()
@@ -250,6 +258,38 @@ void tst_MivoArgAllocation::failedConstructionLeavesATargetAlone()
         QCOMPARE(error, QString("MivoArg: out of memory"));
         QCOMPARE(target.toInt(), 1);
     }
+}
+
+void tst_MivoArgAllocation::destructionWithoutMemoryLeaksNothing_data()
+{
+    QTest::addColumn<int>("firstFailure");
+    for (int firstFailure = 1; firstFailure <= 3; ++firstFailure)
+        QTest::addRow("from allocation %d on", firstFailure) << firstFailure;
+}
+
+// The values that are still to be destroyed are kept in a list, which grows when memory allows it.
+void tst_MivoArgAllocation::destructionWithoutMemoryLeaksNothing()
+{
+    QFETCH(int, firstFailure);
+
+    const MivoArg witness(1);
+    const int livingBefore = livingAllocations;
+    {
+        QList<MivoArg> inner;
+        for (int i = 0; i < 5; ++i)
+            inner << MivoArg(QList<MivoArg>() << witness << MivoArg(QList<MivoArg>() << witness));
+        const MivoArg nested(inner);
+        inner.clear();
+        throwingAllocations = 0;
+        firstThrowingFailure = firstFailure;
+    }
+    const int failures = throwingAllocations - firstFailure + 1;
+    firstThrowingFailure = 0;
+    const int livingAfter = livingAllocations;
+
+    QVERIFY(failures > 0);
+    QCOMPARE(livingAfter, livingBefore);
+    QCOMPARE(MivoArgPrivate::get(witness)->ref.loadAcquire(), 1);
 }
 
 QTEST_APPLESS_MAIN(tst_MivoArgAllocation)

@@ -1,6 +1,7 @@
 #include "MivoWait.h"
 
 #include "MivoCallSlotTimeoutException.h"
+#include "MivoWaitEvent.h"
 #include "TestPlugin.h"
 #include "TestThreads.h"
 
@@ -91,6 +92,25 @@ private:
     const std::unique_ptr<QThread> thread;
 };
 
+/** Answers requests with 5, 31 s after they have come unless they have been given up before. */
+class SlowReceiver : public QObject
+{
+public:
+    bool event(QEvent* event) override
+    {
+        if (event->type() != QEvent::User)
+            return QObject::event(event);
+        MivoWait* const wait = static_cast<MivoWaitEvent*>(event)->wait;
+        if (!givenUp.tryAcquire(1, 31000)) {
+            wait->setRetValue(MivoArg(5));
+            wait->wakeUp();
+        }
+        return true;
+    }
+
+    QSemaphore givenUp;
+};
+
 } // namespace
 
 class tst_MivoCallSlotTimeout : public QObject
@@ -98,11 +118,11 @@ class tst_MivoCallSlotTimeout : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void callWithoutAnAnswerThrowsAfter30000Ms();
+    void callWithoutAnAnswerThrowsAfter30000MsAndARequestWaitsOn();
 };
 
 // All cases wait at the same time, so that the time passes once.
-void tst_MivoCallSlotTimeout::callWithoutAnAnswerThrowsAfter30000Ms()
+void tst_MivoCallSlotTimeout::callWithoutAnAnswerThrowsAfter30000MsAndARequestWaitsOn()
 {
     const MivoArg witness(1);
     const QList<MivoArg> arguments = QList<MivoArg>() << witness;
@@ -143,6 +163,21 @@ void tst_MivoCallSlotTimeout::callWithoutAnAnswerThrowsAfter30000Ms()
     auto endedThread = std::unique_ptr<CalledThread>(new CalledThread(answer));
     endedThread->end();
 
+    // A request to another thread has no limit.
+    QThread receiverThread;
+    SlowReceiver receiver;
+    receiver.moveToThread(&receiverThread);
+    receiverThread.start();
+    const ThreadEnd receiverEnd(receiverThread);
+    MivoArg requestAnswer;
+    const std::unique_ptr<QThread> requester(QThread::create([&] {
+        MivoArg received
+            = MivoWait::sendMessage(new MivoWaitEvent(QEvent::User, new MivoWait), &receiver);
+        swap(requestAnswer, received);
+        receiver.givenUp.release();
+    }));
+    requester->start();
+
     std::vector<std::unique_ptr<Caller>> callers;
     callers.emplace_back(new Caller(slow, arguments, slowThread));
     callers.emplace_back(new Caller(queued, arguments, busyThread));
@@ -150,6 +185,8 @@ void tst_MivoCallSlotTimeout::callWithoutAnAnswerThrowsAfter30000Ms()
     callers.emplace_back(new Caller(unreachable, arguments, *endedThread));
     for (const auto& caller : callers)
         caller->finish();
+    if (!requester->wait(longBoundMs))
+        qFatal("A request is still blocked");
 
     gate.release(2);
     QVERIFY(slowThread.served.tryAcquire(1, testBoundMs));
@@ -165,6 +202,8 @@ void tst_MivoCallSlotTimeout::callWithoutAnAnswerThrowsAfter30000Ms()
         QVERIFY2(caller->elapsedMs >= 29990, elapsed);
         QVERIFY2(caller->elapsedMs < 40000, elapsed);
     }
+    QCOMPARE(requestAnswer.getType(), MivoArg::Int);
+    QCOMPARE(requestAnswer.toInt(), 5);
     QCOMPARE(slow.calls, 1);
     QVERIFY(woken);
     QCOMPARE(lateResult, QList<MivoArg>() << 1 << 7);

@@ -16,6 +16,7 @@ class Dispatcher : public QObject
 public:
     bool event(QEvent* event) override
     {
+        types.append(event->type());
         if (int(event->type()) != 1009)
             return QObject::event(event);
         auto* const call = static_cast<MivoCallActionEvent*>(event);
@@ -28,6 +29,7 @@ public:
         return true;
     }
 
+    QList<int> types; ///< of all events
     QList<QList<MivoArg>> received;
     QList<QList<MivoArg>> left;
     QSemaphore delivered;
@@ -68,6 +70,7 @@ private Q_SLOTS:
     void givenArgumentsArePostedAsTheyAre();
     void withoutAListTheStoredArgumentsArePosted();
     void eachRunPostsAnEventOfItsOwn();
+    void runKeepsItsPlaceAmongOtherEvents();
     void whatTheMemberDoesToTheListStaysInTheEvent();
     void callComesFromTheEventLoopAlsoInTheDispatchersThread();
     void callRunsInTheDispatchersThreadWhereverItWasMade();
@@ -277,6 +280,16 @@ void tst_MivoPluginAction::eachRunPostsAnEventOfItsOwn()
     QCOMPARE(dispatcher->received.size(), 3);
     for (int i = 0; i < 3; ++i)
         QCOMPARE(dispatcher->received.at(i), QList<MivoArg>() << i);
+}
+
+void tst_MivoPluginAction::runKeepsItsPlaceAmongOtherEvents()
+{
+    MivoPluginAction action(plugin.data(), act(), QList<MivoArg>() << 1);
+    QCoreApplication::postEvent(dispatcher.data(), new QEvent(QEvent::Type(QEvent::User + 1)));
+    action();
+    QCoreApplication::postEvent(dispatcher.data(), new QEvent(QEvent::Type(QEvent::User + 2)));
+    QCoreApplication::sendPostedEvents();
+    QCOMPARE(dispatcher->types, QList<int>() << 1001 << 1009 << 1002);
 }
 
 void tst_MivoPluginAction::whatTheMemberDoesToTheListStaysInTheEvent()

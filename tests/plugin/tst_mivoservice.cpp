@@ -32,6 +32,7 @@ private Q_SLOTS:
     void nameAndProtocolAloneIdentifyAService();
     void copiesAreIndependent();
     void itIsAPlainValue();
+    void fieldsStandInTheAgreedOrder();
     void thePrintShowsNameAndProtocolAndOneBlank();
 };
 
@@ -99,6 +100,26 @@ void MivoServiceTest::itIsAPlainValue()
     QCOMPARE(service.getName(), QString("n"));
     QCOMPARE(service.getDisplayName(), QString("n"));
     QCOMPARE(service.getProtocol(), QString("n"));
+}
+
+void MivoServiceTest::fieldsStandInTheAgreedOrder()
+{
+    TestPlugin plugin;
+    const MivoPluginAction action = actionOf(plugin);
+    const MivoService service("n", "d", "p", action);
+    struct Fields
+    {
+        QString name;
+        QString displayName;
+        QString protocol;
+        MivoPluginAction action;
+    };
+    static_assert(sizeof(MivoService) == sizeof(Fields), "");
+    const auto& fields = reinterpret_cast<const Fields&>(service);
+    QCOMPARE(fields.name, QString("n"));
+    QCOMPARE(fields.displayName, QString("d"));
+    QCOMPARE(fields.protocol, QString("p"));
+    QVERIFY(fields.action == action);
 }
 
 void MivoServiceTest::thePrintShowsNameAndProtocolAndOneBlank()

@@ -2,6 +2,8 @@
 
 #include "MivoCallSlotTimeoutException.h"
 #include "MivoWaitEvent.h"
+
+#include "Background.h"
 #include "TestPlugin.h"
 #include "TestThreads.h"
 
@@ -14,6 +16,20 @@
 #include <type_traits>
 
 namespace {
+
+/** What a MivoWait consists of. */
+struct Fields
+{
+    bool woken;
+    QWaitCondition condition;
+    QMutex mutex;
+    QList<MivoArg> retValue;
+};
+
+Fields& fieldsOf(MivoWait& wait)
+{
+    return reinterpret_cast<Fields&>(wait);
+}
 
 const QEvent::Type requestType = static_cast<QEvent::Type>(QEvent::User + 77);
 
@@ -117,6 +133,11 @@ private Q_SLOTS:
     void waitWithoutWakeUpReturnsFalseAfterItsTime();
     void waitWithoutLimitEndsWithWakeUp();
     void wakeUpWakesAllWaiters();
+    void spuriousWakeUpCountsAsOne_data();
+    void spuriousWakeUpCountsAsOne();
+    void mutexIsNotRecursive();
+    void wakeUpTakesTheMutexBeforeItSetsTheFlag();
+    void waitTakesTheMutexBeforeItReadsTheFlag();
     void resultIsEmptyAtFirst();
     void resultIsReplacedByAList();
     void resultIsReplacedByOneValue();
@@ -128,6 +149,8 @@ private Q_SLOTS:
     void requestFreesTheWaitAndTheEvent_data();
     void requestFreesTheWaitAndTheEvent();
     void requestWhoseHandlerThrowsFreesBoth();
+    void requestWhoseHandlerForgetsTheWaitIsAnswered_data();
+    void requestWhoseHandlerForgetsTheWaitIsAnswered();
 
     void callEventHas1007AndNullPointers();
     void callEventFieldsStandInTheAgreedOrder();
@@ -150,13 +173,6 @@ void tst_MivoWait::cleanup()
 
 void tst_MivoWait::fieldsTakeTheAgreedRoom()
 {
-    struct Fields
-    {
-        bool woken;
-        QWaitCondition condition;
-        QMutex mutex;
-        QList<MivoArg> retValue;
-    };
     static_assert(sizeof(MivoWait) == sizeof(Fields), "");
     static_assert(!std::is_polymorphic<MivoWait>::value, "");
 
@@ -236,6 +252,76 @@ void tst_MivoWait::wakeUpWakesAllWaiters()
     for (const auto& thread : threads)
         QVERIFY(thread->wait(2 * testBoundMs));
     QCOMPARE(woken.load(), 3);
+}
+
+void tst_MivoWait::spuriousWakeUpCountsAsOne_data()
+{
+    QTest::addColumn<unsigned long>("limit");
+    QTest::newRow("limited") << 6ul * testBoundMs;
+    QTest::newRow("without limit") << ULONG_MAX;
+}
+
+void tst_MivoWait::spuriousWakeUpCountsAsOne()
+{
+    QFETCH(unsigned long, limit);
+    MivoWait wait;
+    Fields& fields = fieldsOf(wait);
+    std::atomic<bool> result{false};
+    bool ended = false;
+    {
+        Background waiter([&] { result = wait.wait(limit); });
+        ended = waitUntil([&] {
+            const QMutexLocker locker(&fields.mutex);
+            fields.condition.wakeAll();
+            return waiter.isFinished();
+        });
+        if (!ended)
+            wait.wakeUp();
+    }
+    QVERIFY(ended);
+    QVERIFY(result);
+    QVERIFY(!fields.woken);
+    QVERIFY(!wait.wait(0));
+}
+
+void tst_MivoWait::mutexIsNotRecursive()
+{
+    MivoWait wait;
+    QMutex& mutex = fieldsOf(wait).mutex;
+    QVERIFY(mutex.tryLock());
+    const bool again = mutex.tryLock();
+    mutex.unlock();
+    QVERIFY(!again);
+}
+
+void tst_MivoWait::wakeUpTakesTheMutexBeforeItSetsTheFlag()
+{
+    MivoWait wait;
+    Fields& fields = fieldsOf(wait);
+    fields.mutex.lock();
+    Background waker([&] { wait.wakeUp(); });
+    const bool blocked = waker.blocks();
+    const bool wokenTooEarly = fields.woken;
+    fields.mutex.unlock();
+    QVERIFY(waker.ends());
+    QVERIFY(blocked);
+    QVERIFY(!wokenTooEarly);
+    QVERIFY(fields.woken);
+}
+
+void tst_MivoWait::waitTakesTheMutexBeforeItReadsTheFlag()
+{
+    MivoWait wait;
+    wait.wakeUp();
+    Fields& fields = fieldsOf(wait);
+    std::atomic<bool> result{false};
+    fields.mutex.lock();
+    Background waiter([&] { result = wait.wait(0); });
+    const bool blocked = waiter.blocks();
+    fields.mutex.unlock();
+    QVERIFY(waiter.ends());
+    QVERIFY(blocked);
+    QVERIFY(result);
 }
 
 void tst_MivoWait::resultIsEmptyAtFirst()
@@ -373,6 +459,32 @@ void tst_MivoWait::requestWhoseHandlerThrowsFreesBoth()
                              std::domain_error);
     QCOMPARE(handlesOf(witness), 1);
     QCOMPARE(livingRequests.load(), 0);
+}
+
+void tst_MivoWait::requestWhoseHandlerForgetsTheWaitIsAnswered_data()
+{
+    requestFreesTheWaitAndTheEvent_data();
+}
+
+void tst_MivoWait::requestWhoseHandlerForgetsTheWaitIsAnswered()
+{
+    QFETCH(bool, sameThread);
+    const MivoArg witness(1);
+    {
+        QThread thread;
+        Receiver receiver([&witness](MivoWaitEvent* event) {
+            MivoWait* const wait = event->wait;
+            event->wait = nullptr;
+            wait->setRetValue(QList<MivoArg>() << 5 << witness);
+            wait->wakeUp();
+        });
+        if (!sameThread)
+            receiver.moveToThread(&thread);
+        thread.start();
+        const ThreadEnd end(thread);
+        QCOMPARE(MivoWait::sendMessage(new Request(new MivoWait), &receiver).toInt(), 5);
+    }
+    QCOMPARE(handlesOf(witness), 1);
 }
 
 void tst_MivoWait::callEventHas1007AndNullPointers()
