@@ -1,3 +1,4 @@
+#include "RecordLayout.h"
 #include "TestBuddies.h"
 #include "TestThreads.h"
 
@@ -92,6 +93,8 @@ class tst_MivoBuddy : public QObject
 
 private Q_SLOTS:
     void aHandleIsAVirtualTableAndARecord();
+    void theRecordsKeepTheirFieldsInOrder();
+    void groupsAndMetaContactsAreMadeOfTheirNames();
     void theKindsAreNumbered();
     void anInvalidHandleAnswersDefaults();
     void aNewEntryHasNameAndKindAndNothingElse_data();
@@ -134,6 +137,41 @@ void tst_MivoBuddy::aHandleIsAVirtualTableAndARecord()
     checkLayout<MivoBuddyTemporary>();
     QCOMPARE(sizeof(MivoBuddy::Type), size_t(4));
     QVERIFY((std::is_signed<std::underlying_type<MivoBuddy::Type>::type>::value));
+}
+
+void tst_MivoBuddy::theRecordsKeepTheirFieldsInOrder()
+{
+    const MivoBuddy buddy("x", MivoBuddy::Other);
+    const MivoBuddyPrivate* const b = MivoBuddyPrivate::get(buddy);
+    QVERIFY(startsWithFields(b, b->ref, b->display, b->type, b->unreadMessages, b->kindData));
+
+    const MivoBuddyGroup group("x");
+    const MivoBuddyGroupPrivate* const g = MivoBuddyGroupPrivate::get(group);
+    QVERIFY(startsWithFields(g, g->children, g->metas, g->lock, g->expanded));
+
+    const MivoBuddyMeta meta("x");
+    const MivoBuddyMetaPrivate* const m = MivoBuddyMetaPrivate::get(meta);
+    QVERIFY(startsWithFields(m, m->children, m->group, m->lock, m->expanded));
+
+    const MivoBuddyContact contact = makeContact("x");
+    const MivoBuddyContactPrivate* const c = MivoBuddyContactPrivate::get(contact);
+    QVERIFY(startsWithFields(c, c->account, c->type, c->id, c->presence, c->subscription,
+                             c->resources, c->resource, c->avatarPath, c->parent, c->extraInfo,
+                             c->attribs));
+
+    const MivoBuddyMerged merged = makeMerged();
+    const MivoBuddyMergedPrivate* const mm = MivoBuddyMergedPrivate::get(merged);
+    QVERIFY(startsWithFields(mm, mm->parent, mm->contacts));
+
+    const MivoBuddyTemporary temporary = makeTemporary("x");
+    const MivoBuddyTemporaryPrivate* const t = MivoBuddyTemporaryPrivate::get(temporary);
+    QVERIFY(startsWithFields(t, t->account, t->id, t->presence, t->group, t->resources));
+}
+
+void tst_MivoBuddy::groupsAndMetaContactsAreMadeOfTheirNames()
+{
+    QVERIFY((std::is_convertible<QString, MivoBuddyGroup>::value));
+    QVERIFY((std::is_convertible<QString, MivoBuddyMeta>::value));
 }
 
 void tst_MivoBuddy::theKindsAreNumbered()

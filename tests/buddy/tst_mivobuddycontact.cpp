@@ -66,6 +66,8 @@ private Q_SLOTS:
     void aValueOfAnotherKindThrowsAndChangesNothing();
     void severalValuesAreWrittenAndUnknownIdsSkipped();
     void aLabelAmongTheValuesThrows();
+    void aLabelOfAnUnknownIdIsSkipped();
+    void anInvalidContactSkipsLabels();
 };
 
 void tst_MivoBuddyContact::anInvalidContactAnswersDefaults()
@@ -342,6 +344,28 @@ void tst_MivoBuddyContact::aLabelAmongTheValuesThrows()
     MivoBuddyContact contact = contactOf(type);
     QCOMPARE(errorOf([&] { contact.setFieldValues(contact.getExtraInfo()); }),
              QString("MivoArg: cannot convert MivoArg::None to MivoArg::String"));
+}
+
+void tst_MivoBuddyContact::aLabelOfAnUnknownIdIsSkipped()
+{
+    MivoBuddyContact contact = contactOf(typeWithFields());
+    QCOMPARE(errorOf([&] {
+                 contact.setFieldValues(QList<MivoField>() << MivoField("Info", "what", "group")
+                                                           << lineEdit("nick", "Annie"));
+             }),
+             QString());
+    QCOMPARE(contact.getExtraInfo().at(0).getText(), QString("Annie"));
+    QVERIFY(!MivoBuddyContactPrivate::get(contact)->extraInfo.contains("what"));
+}
+
+void tst_MivoBuddyContact::anInvalidContactSkipsLabels()
+{
+    MivoBuddyContact contact;
+    QCOMPARE(errorOf([&] {
+                 contact.setFieldValues(QList<MivoField>() << MivoField("Info", "what", "group"));
+             }),
+             QString());
+    QVERIFY(!contact.isValid());
 }
 
 QTEST_GUILESS_MAIN(tst_MivoBuddyContact)

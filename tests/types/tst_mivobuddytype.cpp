@@ -1,4 +1,5 @@
 #include "DebugText.h"
+#include "RecordLayout.h"
 
 #include "MivoBuddyType.h"
 #include "MivoBuddyType_p.h"
@@ -65,6 +66,7 @@ class tst_MivoBuddyType : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
+    void theRecordKeepsItsFieldsInOrder();
     void anInvalidTypeAnswersDefaults();
     void aNewTypeHasIdAndDisplayNameAndNothingElse();
     void whenMemoryIsShortItIsInvalid();
@@ -82,6 +84,14 @@ private Q_SLOTS:
     void aPointerPrintsAddressIdAndDisplayName();
     void aListPrintsItsElementsAndTheirCount();
 };
+
+void tst_MivoBuddyType::theRecordKeepsItsFieldsInOrder()
+{
+    const MivoBuddyType type("jabber", "Jabber");
+    const MivoBuddyTypePrivate* const t = MivoBuddyTypePrivate::get(type);
+    QVERIFY(startsWithFields(t, t->ref, t->id, t->display, t->presenceList, t->presences,
+                             t->subscriptions, t->extraInfoFields));
+}
 
 void tst_MivoBuddyType::anInvalidTypeAnswersDefaults()
 {
