@@ -1,4 +1,6 @@
+#include "Background.h"
 #include "TestBuddies.h"
+#include "TestThreads.h"
 
 #include <QtTest>
 
@@ -6,6 +8,10 @@
 #include <map>
 
 namespace {
+
+using Operation = void (*)(MivoBuddyGroup& group);
+/** Answers whether what it found is right. */
+using LookUp = bool (*)(MivoBuddyGroup& group);
 
 QStringList namesOf(const QList<MivoBuddy>& buddies)
 {
@@ -16,6 +22,9 @@ QStringList namesOf(const QList<MivoBuddy>& buddies)
 }
 
 } // namespace
+
+Q_DECLARE_METATYPE(Operation)
+Q_DECLARE_METATYPE(LookUp)
 
 class tst_MivoBuddyGroup : public QObject
 {
@@ -55,7 +64,13 @@ private Q_SLOTS:
     void sortingReversesTheMembers();
     void whatAHostDoesToTheListIsNoticed_data();
     void whatAHostDoesToTheListIsNoticed();
+    void aMergedContactThatAHostAppendedIsLookedIntoAtOnce();
+    void everyLockedOperationWaitsForTheLock_data();
+    void everyLockedOperationWaitsForTheLock();
+    void theLookUpsDoNotWaitForTheLock_data();
     void theLookUpsDoNotWaitForTheLock();
+    void theNewGroupIsLockedWhileTheOldContainerChanges_data();
+    void theNewGroupIsLockedWhileTheOldContainerChanges();
 };
 
 void tst_MivoBuddyGroup::anInvalidGroupAnswersDefaults()
@@ -576,19 +591,136 @@ void tst_MivoBuddyGroup::whatAHostDoesToTheListIsNoticed()
     MivoBuddyContactPrivate::get(a)->parent = MivoBuddy();
 }
 
-void tst_MivoBuddyGroup::theLookUpsDoNotWaitForTheLock()
+void tst_MivoBuddyGroup::aMergedContactThatAHostAppendedIsLookedIntoAtOnce()
 {
+    MivoBuddyGroup group("g");
+    const CycleBreaker<MivoBuddyGroup> end(group);
+    group.addBuddy(makeContact("a"));
+    QVERIFY(!group.containsContact(MivoBuddyContact()));
+    childrenOf(group) << makeMerged(QList<MivoBuddyContact>() << MivoBuddyContact());
+    QVERIFY(group.containsContact(MivoBuddyContact()));
+}
+
+void tst_MivoBuddyGroup::everyLockedOperationWaitsForTheLock_data()
+{
+    QTest::addColumn<Operation>("operation");
+    const auto row
+        = [](const char* name, Operation operation) { QTest::newRow(name) << operation; };
+    row("childCount", [](MivoBuddyGroup& group) { group.childCount(); });
+    row("onlineChildCount", [](MivoBuddyGroup& group) { group.onlineChildCount(); });
+    row("statusChildCount",
+        [](MivoBuddyGroup& group) { group.statusChildCount(MivoPresence::NoFlag); });
+    row("buddyAt", [](MivoBuddyGroup& group) { group.buddyAt(0); });
+    row("addBuddy, contact", [](MivoBuddyGroup& group) { group.addBuddy(makeContact("b")); });
+    row("addBuddy, merged contact", [](MivoBuddyGroup& group) { group.addBuddy(makeMerged()); });
+    row("addBuddy, refused", [](MivoBuddyGroup& group) { group.addBuddy(MivoBuddy()); });
+    row("removeBuddy", [](MivoBuddyGroup& group) { group.removeBuddy(childrenOf(group).at(0)); });
+    row("removeBuddy, no member", [](MivoBuddyGroup& group) { group.removeBuddy(MivoBuddy()); });
+    row("removeAt", [](MivoBuddyGroup& group) { group.removeAt(0); });
+    row("addMeta, new", [](MivoBuddyGroup& group) { group.addMeta("new"); });
+    row("addMeta, known", [](MivoBuddyGroup& group) { group.addMeta("known"); });
+    row("sort", [](MivoBuddyGroup& group) { group.sort(); });
+}
+
+void tst_MivoBuddyGroup::everyLockedOperationWaitsForTheLock()
+{
+    QFETCH(Operation, operation);
     MivoBuddyGroup group("g");
     const CycleBreaker<MivoBuddyGroup> end(group);
     const MivoBuddyContact contact = makeContact("a");
     group.addBuddy(contact);
+    group.addMeta("known");
+    QVERIFY(waitsForLock(MivoBuddyGroupPrivate::get(group)->lock, [&] { operation(group); }));
+    MivoBuddyPrivate::get(contact)->setBackLink(MivoBuddy());
+}
+
+void tst_MivoBuddyGroup::theLookUpsDoNotWaitForTheLock_data()
+{
+    QTest::addColumn<LookUp>("lookUp");
+    const auto row = [](const char* name, LookUp lookUp) { QTest::newRow(name) << lookUp; };
+    row("containsBuddy, member", [](MivoBuddyGroup& group) {
+        return group.containsBuddy(MivoBuddyGroupPrivate::get(group)->metas.value("known"));
+    });
+    row("containsBuddy, stranger",
+        [](MivoBuddyGroup& group) { return !group.containsBuddy(makeContact("b")); });
+    row("containsContact, member",
+        [](MivoBuddyGroup& group) { return group.containsContact(childrenOf(group).at(0)); });
+    row("containsContact, stranger",
+        [](MivoBuddyGroup& group) { return !group.containsContact(makeContact("b")); });
+    row("containsMeta, known", [](MivoBuddyGroup& group) { return group.containsMeta("known"); });
+    row("containsMeta, new", [](MivoBuddyGroup& group) { return !group.containsMeta("new"); });
+    row("isExpanded", [](MivoBuddyGroup& group) { return !group.isExpanded(); });
+}
+
+void tst_MivoBuddyGroup::theLookUpsDoNotWaitForTheLock()
+{
+    QFETCH(LookUp, lookUp);
+    MivoBuddyGroup group("g");
+    const CycleBreaker<MivoBuddyGroup> end(group);
+    group.addBuddy(makeContact("a"));
+    group.addMeta("known");
     childrenOf(group) << makeMerged();
-    const QMutexLocker locker(&MivoBuddyGroupPrivate::get(group)->lock);
-    QVERIFY(group.containsBuddy(contact));
-    QVERIFY(group.containsContact(contact));
-    QVERIFY(!group.containsContact(makeContact("b")));
-    QVERIFY(!group.containsMeta("m"));
-    QVERIFY(!group.isExpanded());
+    bool answer = false;
+    QVERIFY(
+        endsWithoutLock(MivoBuddyGroupPrivate::get(group)->lock, [&] { answer = lookUp(group); }));
+    QVERIFY(answer);
+}
+
+void tst_MivoBuddyGroup::theNewGroupIsLockedWhileTheOldContainerChanges_data()
+{
+    QTest::addColumn<bool>("fromMeta");
+    QTest::newRow("from a group") << false;
+    QTest::newRow("from a meta-contact") << true;
+}
+
+void tst_MivoBuddyGroup::theNewGroupIsLockedWhileTheOldContainerChanges()
+{
+    QFETCH(bool, fromMeta);
+    MivoBuddyGroup group("g");
+    const CycleBreaker<MivoBuddyGroup> end(group);
+    MivoBuddyGroup oldGroup("old");
+    const CycleBreaker<MivoBuddyGroup> endOfOldGroup(oldGroup);
+    MivoBuddyMeta oldMeta("old");
+    const CycleBreaker<MivoBuddyMeta> endOfOldMeta(oldMeta);
+    const MivoBuddy old = fromMeta ? MivoBuddy(oldMeta) : MivoBuddy(oldGroup);
+    QList<MivoBuddy>& oldMembers = fromMeta ? childrenOf(oldMeta) : childrenOf(oldGroup);
+    QMutex& oldLock = fromMeta ? MivoBuddyMetaPrivate::get(oldMeta)->lock
+                               : MivoBuddyGroupPrivate::get(oldGroup)->lock;
+    QMutex& newLock = MivoBuddyGroupPrivate::get(group)->lock;
+    // So many that the old container stays locked for a while.
+    const MivoBuddyContact stranger = makeContact("b");
+    for (int i = 0; i < 200000; ++i)
+        oldMembers << stranger;
+    const MivoBuddyContact contact = makeContact("a");
+
+    bool wasSeen = false;
+    bool newWasFree = false;
+    for (const QDeadlineTimer patience(testBoundMs); !wasSeen && !patience.hasExpired();) {
+        group.removeBuddy(contact);
+        oldMembers << contact;
+        MivoBuddyPrivate::get(contact)->setBackLink(old);
+        Background move([&] { group.addBuddy(contact); });
+        while (!move.isFinished() && !patience.hasExpired()) {
+            if (oldLock.tryLock()) {
+                oldLock.unlock();
+                QThread::yieldCurrentThread();
+                continue;
+            }
+            const bool newIsFree = newLock.tryLock();
+            if (newIsFree)
+                newLock.unlock();
+            if (oldLock.tryLock()) {
+                oldLock.unlock();
+                continue; // the move may have ended before the new lock was tried
+            }
+            wasSeen = true;
+            newWasFree = newWasFree || newIsFree;
+        }
+        QVERIFY(move.ends());
+        QVERIFY(group.containsBuddy(contact));
+    }
+    QVERIFY(wasSeen);
+    QVERIFY(!newWasFree);
 }
 
 QTEST_GUILESS_MAIN(tst_MivoBuddyGroup)

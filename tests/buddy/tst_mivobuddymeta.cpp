@@ -1,6 +1,18 @@
+#include "Background.h"
 #include "TestBuddies.h"
 
 #include <QtTest>
+
+namespace {
+
+using Operation = void (*)(MivoBuddyMeta& meta);
+/** Answers whether what it found is right. */
+using LookUp = bool (*)(MivoBuddyMeta& meta);
+
+} // namespace
+
+Q_DECLARE_METATYPE(Operation)
+Q_DECLARE_METATYPE(LookUp)
 
 class tst_MivoBuddyMeta : public QObject
 {
@@ -23,7 +35,11 @@ private Q_SLOTS:
     void contactsAreFoundInMergedContacts();
     void sortingReversesTheMembers();
     void whatAHostDoesToTheListIsNoticed();
-    void theLookUpDoesNotWaitForTheLock();
+    void aMergedContactThatAHostAppendedIsLookedIntoAtOnce();
+    void everyLockedOperationWaitsForTheLock_data();
+    void everyLockedOperationWaitsForTheLock();
+    void theLookUpsDoNotWaitForTheLock_data();
+    void theLookUpsDoNotWaitForTheLock();
 };
 
 void tst_MivoBuddyMeta::anInvalidMetaContactAnswersDefaults()
@@ -244,16 +260,65 @@ void tst_MivoBuddyMeta::whatAHostDoesToTheListIsNoticed()
     QVERIFY(meta.addBuddy(a));
 }
 
-void tst_MivoBuddyMeta::theLookUpDoesNotWaitForTheLock()
+void tst_MivoBuddyMeta::aMergedContactThatAHostAppendedIsLookedIntoAtOnce()
 {
+    MivoBuddyMeta meta("m");
+    const CycleBreaker<MivoBuddyMeta> end(meta);
+    meta.addBuddy(makeContact("a"));
+    QVERIFY(!meta.containsContact(MivoBuddyContact()));
+    childrenOf(meta) << makeMerged(QList<MivoBuddyContact>() << MivoBuddyContact());
+    QVERIFY(meta.containsContact(MivoBuddyContact()));
+}
+
+void tst_MivoBuddyMeta::everyLockedOperationWaitsForTheLock_data()
+{
+    QTest::addColumn<Operation>("operation");
+    const auto row
+        = [](const char* name, Operation operation) { QTest::newRow(name) << operation; };
+    row("childCount", [](MivoBuddyMeta& meta) { meta.childCount(); });
+    row("buddyAt", [](MivoBuddyMeta& meta) { meta.buddyAt(0); });
+    row("addBuddy, contact", [](MivoBuddyMeta& meta) { meta.addBuddy(makeContact("b")); });
+    row("addBuddy, merged contact", [](MivoBuddyMeta& meta) { meta.addBuddy(makeMerged()); });
+    row("addBuddy, refused", [](MivoBuddyMeta& meta) { meta.addBuddy(MivoBuddy()); });
+    row("removeBuddy", [](MivoBuddyMeta& meta) { meta.removeBuddy(childrenOf(meta).at(0)); });
+    row("removeBuddy, no member", [](MivoBuddyMeta& meta) { meta.removeBuddy(MivoBuddy()); });
+    row("removeAt", [](MivoBuddyMeta& meta) { meta.removeAt(0); });
+    row("sort", [](MivoBuddyMeta& meta) { meta.sort(); });
+}
+
+void tst_MivoBuddyMeta::everyLockedOperationWaitsForTheLock()
+{
+    QFETCH(Operation, operation);
     MivoBuddyMeta meta("m");
     const CycleBreaker<MivoBuddyMeta> end(meta);
     const MivoBuddyContact contact = makeContact("a");
     meta.addBuddy(contact);
-    const QMutexLocker locker(&MivoBuddyMetaPrivate::get(meta)->lock);
-    QVERIFY(meta.containsContact(contact));
-    QVERIFY(!meta.isExpanded());
-    QVERIFY(!meta.getGroup().isValid());
+    QVERIFY(waitsForLock(MivoBuddyMetaPrivate::get(meta)->lock, [&] { operation(meta); }));
+    MivoBuddyPrivate::get(contact)->setBackLink(MivoBuddy());
+}
+
+void tst_MivoBuddyMeta::theLookUpsDoNotWaitForTheLock_data()
+{
+    QTest::addColumn<LookUp>("lookUp");
+    const auto row = [](const char* name, LookUp lookUp) { QTest::newRow(name) << lookUp; };
+    row("containsContact, member",
+        [](MivoBuddyMeta& meta) { return meta.containsContact(childrenOf(meta).at(0)); });
+    row("containsContact, stranger",
+        [](MivoBuddyMeta& meta) { return !meta.containsContact(makeContact("b")); });
+    row("isExpanded", [](MivoBuddyMeta& meta) { return !meta.isExpanded(); });
+    row("getGroup", [](MivoBuddyMeta& meta) { return !meta.getGroup().isValid(); });
+}
+
+void tst_MivoBuddyMeta::theLookUpsDoNotWaitForTheLock()
+{
+    QFETCH(LookUp, lookUp);
+    MivoBuddyMeta meta("m");
+    const CycleBreaker<MivoBuddyMeta> end(meta);
+    meta.addBuddy(makeContact("a"));
+    childrenOf(meta) << makeMerged();
+    bool answer = false;
+    QVERIFY(endsWithoutLock(MivoBuddyMetaPrivate::get(meta)->lock, [&] { answer = lookUp(meta); }));
+    QVERIFY(answer);
 }
 
 QTEST_GUILESS_MAIN(tst_MivoBuddyMeta)

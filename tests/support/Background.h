@@ -3,6 +3,7 @@
 
 #include <QDeadlineTimer>
 #include <QFile>
+#include <QMutex>
 #include <QThread>
 
 #include <atomic>
@@ -65,5 +66,30 @@ private:
     std::function<void()> body;
     std::atomic<int> threadId{0};
 };
+
+/** Whether @p call, made in another thread while @p lock is held, ends only when that is released.
+ */
+inline bool waitsForLock(QMutex& lock, const std::function<void()>& call)
+{
+    std::atomic<bool> ended{false};
+    lock.lock();
+    Background background([&] {
+        call();
+        ended = true;
+    });
+    const bool waited = background.blocks() && !ended;
+    lock.unlock();
+    return background.ends() && waited;
+}
+
+/** Whether @p call, made in another thread, ends while @p lock is held. */
+inline bool endsWithoutLock(QMutex& lock, const std::function<void()>& call)
+{
+    lock.lock();
+    Background background(call);
+    const bool ended = background.ends();
+    lock.unlock();
+    return ended;
+}
 
 #endif
