@@ -1,145 +1,155 @@
-// What a value costs on its way between plug-ins: MivoArg beside QVariant and std::variant.
+// What a value costs on its way between plug-ins.
+
+#include "Bench.h"
 
 #include "MivoArg.h"
 
-#include <benchmark/benchmark.h>
-
+#include <QAtomicInt>
 #include <QVariant>
 
-#include <string>
-#include <variant>
+#include <new>
 
 namespace {
-
-typedef std::variant<std::monostate, char, unsigned char, int, unsigned int, long long,
-                     unsigned long long, float, double, QString, QStringList, bool, void*>
-    StdVariant;
-
-/** How each of the three is read; what it is made from is the same. */
-struct Mivo
-{
-    typedef MivoArg Value;
-    static int readInt(const Value& value) { return value.toInt(); }
-    static QString readString(const Value& value) { return value.toString(); }
-};
-
-struct QtVariant
-{
-    typedef QVariant Value;
-    static int readInt(const Value& value) { return value.toInt(); }
-    static QString readString(const Value& value) { return value.toString(); }
-};
-
-struct Std
-{
-    typedef StdVariant Value;
-    static int readInt(const Value& value) { return std::get<int>(value); }
-    static QString readString(const Value& value) { return std::get<QString>(value); }
-};
 
 QString someString()
 {
     return QString::fromLatin1("a string that is too long for any place in the handle");
 }
 
-template <class Peer>
-void constructInt(benchmark::State& state)
+/** The least that a construction does: a record and a copy of the content, without exceptions. */
+template <class Content>
+void twoAllocations(benchmark::State& state, const Content& content)
 {
-    int number = 0;
+    struct Record
+    {
+        QAtomicInt count;
+        int kind;
+        void* value;
+    };
     for (auto _ : state) {
-        typename Peer::Value value(++number);
+        Record* record = new (std::nothrow) Record{QAtomicInt(1), 0, nullptr};
+        record->value = new (std::nothrow) Content(content);
+        benchmark::DoNotOptimize(record);
+        delete static_cast<Content*>(record->value);
+        delete record;
+    }
+}
+
+void twoAllocationsOfInt(benchmark::State& state)
+{
+    twoAllocations(state, 42);
+}
+
+void twoAllocationsOfString(benchmark::State& state)
+{
+    twoAllocations(state, someString());
+}
+
+template <class Value, class Content>
+void make(benchmark::State& state, const Content& content)
+{
+    for (auto _ : state) {
+        Value value(content);
         benchmark::DoNotOptimize(value);
     }
 }
 
-template <class Peer>
-void constructString(benchmark::State& state)
+template <class Value>
+void makeInt(benchmark::State& state)
 {
-    const QString string = someString();
-    for (auto _ : state) {
-        typename Peer::Value value(string);
-        benchmark::DoNotOptimize(value);
-    }
+    make<Value>(state, 42);
 }
 
-template <class Peer>
-void copyInt(benchmark::State& state)
+template <class Value>
+void makeString(benchmark::State& state)
 {
-    const typename Peer::Value value(42);
-    for (auto _ : state) {
-        typename Peer::Value copy(value);
-        benchmark::DoNotOptimize(copy);
-    }
+    make<Value>(state, someString());
 }
 
-template <class Peer>
+template <class Value>
 void copyString(benchmark::State& state)
 {
-    const typename Peer::Value value(someString());
+    const Value value(someString());
     for (auto _ : state) {
-        typename Peer::Value copy(value);
+        Value copy(value);
         benchmark::DoNotOptimize(copy);
     }
 }
 
-template <class Peer>
-void copyAndReadList(benchmark::State& state)
+void atomicPair(benchmark::State& state)
 {
-    QList<typename Peer::Value> list;
-    for (int i = 0; i < 16; ++i)
-        list.append(typename Peer::Value(i));
+    QAtomicInt count(1);
     for (auto _ : state) {
-        QList<typename Peer::Value> copy = list;
-        copy.append(typename Peer::Value(16)); // makes the copy a copy
-        int sum = 0;
-        for (const auto& value : std::as_const(copy))
-            sum += Peer::readInt(value);
-        benchmark::DoNotOptimize(sum);
+        count.ref();
+        benchmark::DoNotOptimize(count);
+        if (!count.deref())
+            state.SkipWithError("the count has reached zero");
     }
 }
 
-template <class Peer>
+template <class Value>
 void readInt(benchmark::State& state)
 {
-    typename Peer::Value value(42);
+    Value value(42);
     for (auto _ : state) {
         benchmark::DoNotOptimize(value);
-        benchmark::DoNotOptimize(Peer::readInt(value));
+        benchmark::DoNotOptimize(value.toInt());
     }
 }
 
-template <class Peer>
+template <class Value>
 void readString(benchmark::State& state)
 {
-    typename Peer::Value value(someString());
+    Value value(someString());
     for (auto _ : state) {
         benchmark::DoNotOptimize(value);
-        QString string = Peer::readString(value);
+        QString string = value.toString();
         benchmark::DoNotOptimize(string);
+    }
+}
+
+template <class Value>
+void copyList(benchmark::State& state)
+{
+    QList<Value> list;
+    for (int i = 0; i < state.range(0); ++i)
+        list.append(Value(i));
+    for (auto _ : state) {
+        QList<Value> copy = list;
+        copy.append(Value(0)); // makes the copy a copy
+        benchmark::DoNotOptimize(copy);
     }
 }
 
 } // namespace
 
-// clazy:excludeall=non-pod-global-static -- the macro makes one of each line
-BENCHMARK_TEMPLATE(constructInt, Mivo);
-BENCHMARK_TEMPLATE(constructInt, QtVariant);
-BENCHMARK_TEMPLATE(constructInt, Std);
-BENCHMARK_TEMPLATE(constructString, Mivo);
-BENCHMARK_TEMPLATE(constructString, QtVariant);
-BENCHMARK_TEMPLATE(constructString, Std);
-BENCHMARK_TEMPLATE(copyInt, Mivo);
-BENCHMARK_TEMPLATE(copyInt, QtVariant);
-BENCHMARK_TEMPLATE(copyInt, Std);
-BENCHMARK_TEMPLATE(copyString, Mivo);
-BENCHMARK_TEMPLATE(copyString, QtVariant);
-BENCHMARK_TEMPLATE(copyString, Std);
-BENCHMARK_TEMPLATE(copyAndReadList, Mivo);
-BENCHMARK_TEMPLATE(copyAndReadList, QtVariant);
-BENCHMARK_TEMPLATE(copyAndReadList, Std);
-BENCHMARK_TEMPLATE(readInt, Mivo);
-BENCHMARK_TEMPLATE(readInt, QtVariant);
-BENCHMARK_TEMPLATE(readInt, Std);
-BENCHMARK_TEMPLATE(readString, Mivo);
-BENCHMARK_TEMPLATE(readString, QtVariant);
-BENCHMARK_TEMPLATE(readString, Std);
+void addRows()
+{
+    bench::row("make and destroy an Int variant")
+        .ours(makeInt<MivoArg>)
+        .peer("two new/delete pairs", twoAllocationsOfInt)
+        .goal(1.2);
+    bench::row("make and destroy a String variant")
+        .ours(makeString<MivoArg>)
+        .peer("two new/delete pairs, QString copy", twoAllocationsOfString)
+        .goal(1.2);
+    bench::row("copy and destroy a String variant")
+        .ours(copyString<MivoArg>)
+        .peer("QVariant", copyString<QVariant>)
+        .limit("an atomic pair", atomicPair)
+        .goal(1.0);
+    bench::row("copy and destroy, over the least")
+        .ours(copyString<MivoArg>)
+        .peer("an atomic pair", atomicPair)
+        .goal(1.1);
+    bench::row("toInt()").ours(readInt<MivoArg>).peer("QVariant", readInt<QVariant>).goal(0.8);
+    bench::row("toString()")
+        .ours(readString<MivoArg>)
+        .peer("QVariant", readString<QVariant>)
+        .goal(1.0);
+    bench::row("copy a list of values")
+        .ours(copyList<MivoArg>)
+        .peer("QList<QVariant>", copyList<QVariant>)
+        .sizes({16, 256, 4096})
+        .per("value");
+}
