@@ -38,6 +38,7 @@ class MivoHostFormTest : public QObject
 
 private Q_SLOTS:
     void init();
+    void cleanupTestCase() { QFile::remove(bigFile()); }
     void theFormIsShownInGroups();
     void oddFieldsAreShownAsWell();
     void aPluginWithoutAFormHasNoFields();
@@ -69,6 +70,15 @@ private Q_SLOTS:
     void wrongUsageShowsTheUsage();
 
 private:
+    /** One byte larger than what is read; it takes no room on the disk. */
+    QString bigFile() const
+    {
+        QFile file(QDir::temp().filePath("tst_mivohost_form.big"));
+        if (!file.open(QIODevice::WriteOnly) || !file.resize((64 << 20) + 1))
+            qFatal("%s cannot be made", qPrintable(file.fileName()));
+        return file.fileName();
+    }
+
     QString in() const { return folder->filePath("in.xml"); }
     QString out() const { return folder->filePath("out.xml"); }
 
@@ -505,7 +515,12 @@ void MivoHostFormTest::aFileThatCannotBeReadIsRefused_data()
     QTest::newRow("missing") << "/no/such/file.xml"
                              << "No such file or directory";
     QTest::newRow("folder") << "/"
-                            << "";
+                            << "found a folder; expected a regular file\n";
+    QTest::newRow("device") << "/dev/null"
+                            << "found a device; expected a regular file\n";
+    QTest::newRow("more than its limit") << bigFile()
+                                         << "found more than 67108864 bytes; expected at most "
+                                            "67108864\n";
 }
 
 void MivoHostFormTest::aFileThatCannotBeReadIsRefused()
@@ -527,6 +542,7 @@ void MivoHostFormTest::aFileThatCannotBeWrittenIsReported_data()
     QTest::addColumn<QString>("file");
     QTest::newRow("missing folder") << "/no/such/folder/out.xml";
     QTest::newRow("folder") << "/";
+    QTest::newRow("device") << "/dev/null";
 }
 
 void MivoHostFormTest::aFileThatCannotBeWrittenIsReported()

@@ -153,7 +153,7 @@ void MivoHostFramesTest::aPictureThatCannotBeFinishedLeavesTheOneBefore()
                     {"-c", "trap '' XFSZ; ulimit -f 0; exec \"$0\" frames --seconds 1 --png \"$1\"",
                      MIVO_HOST, name});
     QCOMPARE(outcome.error,
-             QString("mivo-host frames: %1: cannot write the picture: File too large\n").arg(name));
+             QString("mivo-host frames: %1: cannot be written: File too large\n").arg(name));
     QCOMPARE(outcome.status, 1);
     QVERIFY(old.open(QIODevice::ReadOnly));
     QCOMPARE(old.readAll(), QByteArray("old"));
@@ -168,7 +168,8 @@ void MivoHostFramesTest::wrongUsageIsExplained_data()
     for (const char* value :
          {"0x0", "640x0", "0x480", "640", "640x", "x480", "-640x480", "640X480", "640x480x2",
           " 640x480", "640x480\n", "6.5x4", "16385x1", "1x16385", "99999999999x1", ""})
-        QTest::addRow("size \"%s\"", value) << QStringList({"--size", value}) << size.arg(value);
+        QTest::addRow("size \"%s\"", value)
+            << QStringList({"--size", value}) << size.arg(QString(value).replace('\n', "\\u000a"));
     const QString ratio = "--ratio: found \"%1\"; expected W:H, whole numbers from 1 to 1000";
     for (const char* value : {"0:1", "1:0", "4", "4/3", "4x3", "1001:1", "nan:1", ""})
         QTest::addRow("ratio \"%s\"", value) << QStringList({"--ratio", value}) << ratio.arg(value);
@@ -228,10 +229,9 @@ void MivoHostFramesTest::aPictureThatCannotBeWrittenIsRefusedBeforeAnyFrame_data
                                     << "No such file or directory";
     QTest::newRow("a file as a folder") << QString(MIVO_HOST) + "/frame.png"
                                         << "Not a directory";
-    QTest::newRow("a folder") << QDir::tempPath()
-                              << "found something that is no file under this name";
+    QTest::newRow("a folder") << QDir::tempPath() << "found a folder; expected a regular file";
     QTest::newRow("a device") << "/dev/null"
-                              << "found something that is no file under this name";
+                              << "found a device; expected a regular file";
 }
 
 void MivoHostFramesTest::aPictureThatCannotBeWrittenIsRefusedBeforeAnyFrame()
@@ -240,7 +240,7 @@ void MivoHostFramesTest::aPictureThatCannotBeWrittenIsRefusedBeforeAnyFrame()
     QFETCH(QString, reason);
     const Outcome outcome = frames({"--png", file});
     QCOMPARE(outcome.error,
-             QString("mivo-host frames: %1: cannot write the picture: %2\n").arg(file, reason));
+             QString("mivo-host frames: %1: cannot be written: %2\n").arg(file, reason));
     QCOMPARE(outcome.out, QString());
     QCOMPARE(outcome.status, 1);
 }

@@ -1,3 +1,4 @@
+#include <DisplayText.h>
 #include <MivoService.h>
 #include <MivoVideoClip.h>
 #include <ValueText.h>

@@ -1,6 +1,7 @@
 #include "Commands.h"
 
 #include "Console.h"
+#include "DisplayText.h"
 #include "ValueText.h"
 
 #include <MivoDispatcher.h>
@@ -10,9 +11,6 @@
 #include <MivoService.h>
 
 #include <QAtomicInt>
-#include <QCoreApplication>
-#include <QDir>
-#include <QFileInfo>
 
 namespace {
 
@@ -103,15 +101,17 @@ void runCall(const QStringList& arguments)
     startHost(host);
     const QList<MivoArg> answer = host.call(plugin, arguments.at(1), values);
     for (const MivoArg& value : answer)
-        Console::out(debugText(value));
+        Console::outLines(displayText(value));
 }
 
-QAtomicInt loggedFailures;
+QAtomicInt failedActions;
 
+/** What the dispatcher logs of an action that threw is the one sign of it. */
 void countAndWrite(const QString& line)
 {
-    loggedFailures.ref();
-    Console::error(QString("mivo-host: ") + line);
+    if (line.contains(": an action failed: "))
+        failedActions.ref();
+    writeLog(line);
 }
 
 void runAction(const QStringList& arguments)
@@ -124,8 +124,8 @@ void runAction(const QStringList& arguments)
     startHost(host);
     MivoPluginAction action = host.action(plugin, arguments.at(1), values);
     deliver(host, [&action] {
+        Console::say("posted"); // first: the dispatcher may be faster than this thread
         action();
-        Console::say("posted");
     });
 }
 
@@ -158,6 +158,11 @@ const QList<Command>& commands()
     return all;
 }
 
+void writeLog(const QString& line)
+{
+    Console::error("mivo-host: " + line);
+}
+
 MivoPlugin* loadPlugin(MivoHost& host, const QString& file)
 {
     QString error;
@@ -183,19 +188,7 @@ void deliver(MivoHost& host, const std::function<void()>& post)
     MivoHostLog::setWriter(countAndWrite);
     post();
     host.shutdown();
-    MivoHostLog::setWriter(nullptr);
-    if (loggedFailures.loadAcquire() > 0)
+    MivoHostLog::setWriter(writeLog);
+    if (failedActions.loadAcquire() > 0)
         throw Failure("the action failed");
-}
-
-QString examplePlugin(const QString& name)
-{
-    const QDir folder(QCoreApplication::applicationDirPath());
-    for (const char* candidate : {MIVO_BUILT_PLUGINS, MIVO_INSTALLED_PLUGINS}) {
-        const QString file
-            = QDir::cleanPath(folder.absoluteFilePath(QString("%1/%2.so").arg(candidate, name)));
-        if (QFileInfo::exists(file))
-            return file;
-    }
-    throw Failure(QString("found no example plug-in %1.so beside mivo-host").arg(name));
 }

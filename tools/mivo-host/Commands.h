@@ -1,30 +1,18 @@
 #ifndef COMMANDS_H
 #define COMMANDS_H
 
+#include "Failure.h"
+
 #include <MivoArg.h>
 #include <MivoHost.h>
 
 #include <functional>
-#include <stdexcept>
 
 /** A command line that the command does not understand: exit status 2 and the command's usage. */
-class UsageError : public std::runtime_error
+class UsageError : public Failure
 {
 public:
-    explicit UsageError(const QString& message)
-        : std::runtime_error(message.toStdString())
-    {
-    }
-};
-
-/** A command that could not do its work: exit status 1. */
-class Failure : public std::runtime_error
-{
-public:
-    explicit Failure(const QString& message)
-        : std::runtime_error(message.toStdString())
-    {
-    }
+    using Failure::Failure;
 };
 
 /**
@@ -43,6 +31,9 @@ struct Command
 /** All commands, in the order in which the usage lists them. */
 const QList<Command>& commands();
 
+/** The writer of the host's log while a command does not set another: to standard error. */
+void writeLog(const QString& line);
+
 /** Loads the plug-in in @p file into @p host; throws a Failure with the reason. */
 MivoPlugin* loadPlugin(MivoHost& host, const QString& file);
 /** Starts @p host; throws a Failure with the reason. */
@@ -53,12 +44,6 @@ void startHost(MivoHost& host);
  * Throws a Failure when an action failed.
  */
 void deliver(MivoHost& host, const std::function<void()>& post);
-
-/**
- * The file of the example plug-in @p name in the build tree, or beside an installed mivo-host;
- * throws a Failure when it is in neither.
- */
-QString examplePlugin(const QString& name);
 
 /** The command "form". */
 void runForm(const QStringList& arguments);

@@ -1,5 +1,6 @@
 #include "Commands.h"
 #include "Console.h"
+#include "ExamplePlugins.h"
 
 #include <MivoDispatcher.h>
 #include <MivoHostLog.h>
@@ -18,7 +19,7 @@ class SpokenLog
 {
 public:
     SpokenLog() { MivoHostLog::setWriter(Console::say); }
-    ~SpokenLog() { MivoHostLog::setWriter(nullptr); }
+    ~SpokenLog() { MivoHostLog::setWriter(writeLog); }
 
 private:
     Q_DISABLE_COPY(SpokenLog)

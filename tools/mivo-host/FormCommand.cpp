@@ -1,16 +1,15 @@
 #include "Commands.h"
 #include "Console.h"
-#include "ValueText.h"
+#include "DisplayText.h"
+#include "Files.h"
 
 #include <MivoField.h>
 #include <MivoField_p.h>
 #include <MivoPlugin.h>
 #include <MivoXmlNode.h>
 
-#include <QFile>
 #include <QHash>
 #include <QLocale>
-#include <QSaveFile>
 #include <QSet>
 #include <QVector>
 #include <QXmlStreamReader>
@@ -18,6 +17,7 @@
 namespace {
 
 const int widestIdColumn = 24;
+const qint64 mostBytesOfValues = qint64(64) << 20;
 
 struct Change
 {
@@ -106,6 +106,7 @@ FormArguments::FormArguments(const QStringList& arguments)
     }
 }
 
+/** As a programmer would write it: with \n for a line end. */
 QString quoted(const QString& text)
 {
     return debugText(text).trimmed();
@@ -137,12 +138,7 @@ QString rootPosition(const QByteArray& xml)
 
 MivoXmlNode readValues(const QString& fileName)
 {
-    QFile file(fileName);
-    const bool isOpen = file.open(QIODevice::ReadOnly);
-    const QByteArray xml = isOpen ? file.readAll() : QByteArray();
-    if (file.error() != QFileDevice::NoError)
-        throw Failure(QString("%1: cannot be read: %2").arg(fileName, file.errorString()));
-
+    const QByteArray xml = Files::read(fileName, mostBytesOfValues);
     QString error;
     const MivoXmlNode root = MivoXmlNode::parse(xml, &error);
     if (root.isNull())
@@ -151,16 +147,6 @@ MivoXmlNode readValues(const QString& fileName)
         throw Failure(QString("%1: %2: found the root element %3; expected \"fieldlist\"")
                           .arg(fileName, rootPosition(xml), quoted(root.name())));
     return root;
-}
-
-void writeValues(const QString& fileName, const QList<MivoField>& fields)
-{
-    const QByteArray xml = MivoField::toXml(fields).toXml();
-    QSaveFile file(fileName);
-    // What fails in the flush of its own that commit() makes, commit() takes for written.
-    if (!file.open(QIODevice::WriteOnly) || file.write(xml) != xml.size() || !file.flush()
-        || !file.commit())
-        throw Failure(QString("%1: cannot be written: %2").arg(fileName, file.errorString()));
 }
 
 // The fields of a form
@@ -428,8 +414,8 @@ void show(const MivoPlugin& plugin, const QList<MivoField>& fields)
     if (fields.isEmpty())
         Console::out("  no fields");
     for (const QString& group : qAsConst(groups)) {
-        Console::out(QString('\n')
-                     + (group.isEmpty() ? QString("(no group)") : group.simplified()));
+        Console::out(QString());
+        Console::out(group.isEmpty() ? QString("(no group)") : group.simplified());
         for (const QString& line : qAsConst(lines[group]))
             Console::out(line);
     }
@@ -452,9 +438,10 @@ void click(MivoHost& host, QList<MivoField> buttons)
 {
     deliver(host, [&buttons] {
         for (MivoField& button : buttons) {
-            button.clicked();
+            // First: the dispatcher may be faster than this thread.
             Console::say(QString(hasAction(button) ? "clicked %1" : "clicked %1: it has no action")
                              .arg(button.getId()));
+            button.clicked();
         }
     });
 }
@@ -484,5 +471,5 @@ void runForm(const QStringList& arguments)
     if (!buttons.isEmpty())
         click(host, buttons);
     if (!asked.save.isEmpty())
-        writeValues(asked.save.first(), withoutLaterOnes(fields));
+        Files::write(asked.save.first(), MivoField::toXml(withoutLaterOnes(fields)).toXml());
 }

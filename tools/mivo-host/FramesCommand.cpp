@@ -1,5 +1,7 @@
 #include "Commands.h"
 #include "Console.h"
+#include "ExamplePlugins.h"
+#include "Files.h"
 #include "PngPicture.h"
 
 #include <MivoGarbageCollector.h>
@@ -240,7 +242,7 @@ void runFrames(const QStringList& arguments)
 {
     const Options options = optionsFrom(arguments);
     if (!options.png.isEmpty())
-        PngPicture::requireWritable(options.png);
+        Files::requireWritable(options.png);
 
     MivoGarbageCollector::getInstance(); // made here, so that its rounds run here
     MivoHost host;

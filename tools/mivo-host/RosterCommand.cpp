@@ -1,5 +1,6 @@
 #include "Commands.h"
 #include "Console.h"
+#include "DisplayText.h"
 
 #include <MivoAccountConnection.h>
 #include <MivoBuddyContact.h>
@@ -14,35 +15,6 @@
 
 namespace {
 
-/** What would end a line, or turn the text after it round, or steer the terminal. */
-bool isUnfit(QChar character)
-{
-    const ushort code = character.unicode();
-    const QChar::Category category = character.category();
-    return category == QChar::Other_Control || category == QChar::Separator_Line
-        || category == QChar::Separator_Paragraph || (code >= 0x202a && code <= 0x202e)
-        || (code >= 0x2066 && code <= 0x2069);
-}
-
-/** On one line whatever it holds: what is unfit is written as a code. */
-QString onOneLine(const QString& text)
-{
-    QString result;
-    for (const QChar character : text) {
-        if (isUnfit(character))
-            result += QString("\\u%1").arg(character.unicode(), 4, 16, QChar('0'));
-        else
-            result += character;
-    }
-    return result;
-}
-
-QString quoted(QString text)
-{
-    text.replace('\\', "\\\\").replace('"', "\\\"");
-    return '"' + onOneLine(text) + '"';
-}
-
 QString counted(int count, const char* one, const char* several)
 {
     return QString("%1 %2").arg(count).arg(count == 1 ? one : several);
@@ -52,9 +24,10 @@ QString textOf(const MivoPresence& presence)
 {
     if (!presence.isValid())
         return "no presence";
-    const QString text = "presence " + quoted(presence.getDisplay());
-    return presence.getDescription().isEmpty() ? text
-                                               : text + ": " + quoted(presence.getDescription());
+    const QString text = "presence " + quotedOneLine(presence.getDisplay());
+    return presence.getDescription().isEmpty()
+        ? text
+        : text + ": " + quotedOneLine(presence.getDescription());
 }
 
 /** Which resource is active is a question that only contacts answer. */
@@ -117,10 +90,10 @@ private:
         QStringList details = detailsOf(contact.getId(), contact.getPresence(),
                                         contact.getActiveResource(), contact.getAccount());
         if (!contact.getTypeId().isEmpty())
-            details.append("type " + quoted(contact.getTypeId()));
+            details.append("type " + quotedOneLine(contact.getTypeId()));
         const MivoSubscriptionType subscription = contact.getSubscription();
         if (subscription.isValid())
-            details.append("subscription " + quoted(subscription.getDisplay()));
+            details.append("subscription " + quotedOneLine(subscription.getDisplay()));
         write("contact", contact, details);
     }
 
@@ -136,7 +109,7 @@ private:
         QList<MivoAccountConnection*> shown;
         for (MivoAccountConnection* account : accounts) {
             if (shown.contains(account)) // the entry answers the first contact of each account only
-                writeLine("contact of " + quoted(idOf(account)) + " once more");
+                writeLine("contact of " + quotedOneLine(idOf(account)) + " once more");
             else
                 show(merged.getContactForAccount(account));
             shown.append(account);
@@ -180,14 +153,14 @@ private:
     {
         QStringList details;
         if (!id.isEmpty())
-            details.append("id " + quoted(id));
+            details.append("id " + quotedOneLine(id));
         details.append(textOf(presence));
         if (active.isValid())
             details.append(
                 QString("active resource %1 of priority %2")
-                    .arg(quoted(active.getName()), QString::number(active.getPriority())));
+                    .arg(quotedOneLine(active.getName()), QString::number(active.getPriority())));
         if (account)
-            details.append("account " + quoted(account->id()));
+            details.append("account " + quotedOneLine(account->id()));
         return details;
     }
 
@@ -195,7 +168,7 @@ private:
     {
         if (entry.unreadMessages() != 0)
             details.append(QString("%1 unread").arg(entry.unreadMessages()));
-        QString line = QString(kind) + ' ' + quoted(entry.getDisplay());
+        QString line = QString(kind) + ' ' + quotedOneLine(entry.getDisplay());
         if (!details.isEmpty())
             line += ": " + details.join(", ");
         writeLine(line);
@@ -237,5 +210,5 @@ void runRoster(const QStringList& arguments)
     for (const MivoArg& entry : entries)
         tree.show(entry.toBuddy());
     for (const QString& report : qAsConst(reports))
-        Console::error("mivo-host roster: " + onOneLine(report));
+        Console::error("mivo-host roster: " + report);
 }

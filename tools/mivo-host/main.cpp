@@ -1,9 +1,16 @@
 #include "Commands.h"
 #include "Console.h"
+#include "Files.h"
+
+#include <MivoHostLog.h>
 
 #include <QCoreApplication>
 
+#include <clocale>
 #include <cstdlib>
+#include <cstring>
+
+#include <langinfo.h>
 
 namespace {
 
@@ -33,35 +40,53 @@ QString usage()
 
 int run(const Command& command, const QStringList& arguments)
 {
-    if (arguments.contains("--help")) {
-        Console::out(usageOf(command));
-        return Success;
-    }
+    const QString begin = QString("mivo-host %1: ").arg(command.name);
     try {
-        command.run(arguments);
+        if (arguments.contains("--help"))
+            Console::outLines(usageOf(command));
+        else
+            command.run(arguments);
+        Console::requireWritten();
         return Success;
     } catch (const UsageError& error) {
-        Console::error(QString("mivo-host %1: %2").arg(command.name, error.what()));
-        Console::error(usageOf(command));
+        Console::error(begin + error.message());
+        Console::errorLines(usageOf(command));
         return WrongUsage;
     } catch (const std::exception& error) {
-        Console::error(QString("mivo-host %1: %2").arg(command.name, error.what()));
+        Console::error(begin + QString::fromUtf8(error.what()));
         return CallFailed;
     }
+}
+
+/** Lets Qt use the names of files as they are where the locale knows ASCII alone. */
+void useUtf8()
+{
+    std::setlocale(LC_CTYPE, "");
+    if (std::strcmp(nl_langinfo(CODESET), "UTF-8") != 0)
+        setenv("LC_ALL", "C.UTF-8", 1);
+}
+
+void writeMessage(QtMsgType, const QMessageLogContext&, const QString& message)
+{
+    Console::error(message);
 }
 
 } // namespace
 
 int main(int argc, char** argv)
 {
-    const QCoreApplication application(argc, argv);
-    // Read as UTF-8 whatever the locale: Qt 5 would lose what the "C" locale lacks.
+    Console::prepare();
+    useUtf8();
     QStringList arguments;
     for (int i = 1; i < argc; ++i)
-        arguments.append(QString::fromUtf8(argv[i]));
+        arguments.append(Files::nameFrom(argv[i]));
+    const QCoreApplication application(argc, argv);
+    qInstallMessageHandler(writeMessage);
+    MivoHostLog::setWriter(writeLog);
+
     const QString name = arguments.value(0);
     if (name == "--help") {
-        Console::out(usage());
+        Console::outLines(usage());
         return Success;
     }
     for (const Command& command : commands()) {
@@ -73,6 +98,6 @@ int main(int argc, char** argv)
     else
         Console::error(
             QString("mivo-host: found the command \"%1\"; expected one of these").arg(name));
-    Console::error(usage());
+    Console::errorLines(usage());
     return WrongUsage;
 }

@@ -13,7 +13,7 @@ QString printed(const T& value)
 {
     QString text;
     QDebug(&text) << value;
-    return text.trimmed();
+    return text.simplified(); // a line of the log
 }
 
 } // namespace

@@ -3,8 +3,6 @@
 
 #include <MivoArg.h>
 
-#include <QDebug>
-
 #include <stdexcept>
 
 /**
@@ -27,7 +25,7 @@
  *     list:[int:1,string:a]     values of any kinds, lists included
  *
  * Inside brackets, and in a list without them, a backslash takes the special meaning from the
- * character after it, which is one of \ , [ and ].
+ * character after it, which is one of \ , [ and ]. Lists in lists go no deeper than deepestLevel.
  */
 
 /** A text that is no value. The message names the text, the position, what was found and expected.
@@ -47,14 +45,5 @@ private:
 
 /** The value that @p text stands for; throws a ValueTextError. */
 MivoArg valueFromText(const QString& text);
-
-/** What the debug printer of @p value writes. */
-template <class T>
-QString debugText(const T& value)
-{
-    QString text;
-    QDebug(&text) << value;
-    return text;
-}
 
 #endif

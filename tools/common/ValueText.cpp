@@ -1,5 +1,7 @@
 #include "ValueText.h"
 
+#include "DisplayText.h"
+
 #include <MivoService.h>
 #include <MivoVideoClip.h>
 #include <MivoXmlNode.h>
@@ -34,6 +36,11 @@ public:
 
     MivoArg parse()
     {
+        // Values are text: what is allowed in the name of a file is not in them.
+        for (int i = 0; i < text.size(); ++i) {
+            if (text.at(i).isLowSurrogate() && (i == 0 || !text.at(i - 1).isHighSurrogate()))
+                fail(i, quoted(text.mid(i, 1)), "text in UTF-8");
+        }
         const MivoArg value = parseValue();
         if (pos < text.size())
             failAt(pos, "the end of the value");
@@ -232,6 +239,9 @@ private:
     MivoArg parseList()
     {
         requireAt('[');
+        if (depth >= deepestLevel)
+            fail(pos, QString("a list at level %1").arg(depth + 1),
+                 QString("at most %1 levels").arg(deepestLevel));
         QList<MivoArg> values;
         parseItems([&] { values.append(parseValue()); });
         return MivoArg(values);
@@ -365,12 +375,20 @@ const ValueParser::Kind ValueParser::kinds[] = {
     {nullptr, nullptr},
 };
 
+/** As a message shows it: of a long text, the beginning. */
+QString shown(const QString& text)
+{
+    const int longest = 200;
+    return oneLine(text.size() > longest ? text.left(longest) + "..." : text);
+}
+
 } // namespace
 
 ValueTextError::ValueTextError(const QString& text, int position, const QString& found,
                                const QString& expected)
     : std::runtime_error(QString("%1: position %2: found %3; expected %4")
-                             .arg(text, QString::number(position), found, expected)
+                             .arg(shown(text), QString::number(position), shown(found),
+                                  oneLine(expected))
                              .toStdString())
     , errorPosition(position)
 {
