@@ -14,6 +14,7 @@
 #include "DebugText.h"
 #include "TestBuddies.h"
 #include "TestPlugin.h"
+#include "TestThreads.h"
 
 #include <QCoreApplication>
 #include <QProcess>
@@ -265,7 +266,7 @@ void tst_MivoArgDebug::resourcePrintsItselfUntilTheStackEnds()
     QFETCH(QByteArray, begin);
     QProcess child;
     child.start(QCoreApplication::applicationFilePath(), QStringList() << option);
-    QVERIFY2(child.waitForFinished(60000), qPrintable(child.errorString()));
+    QVERIFY2(child.waitForFinished(testBoundMs), qPrintable(child.errorString()));
 
     // The address sanitizer reports the end of the stack and exits with a status of its own.
     const QByteArray report = child.readAllStandardError();

@@ -3,6 +3,8 @@
 #include "MivoPluginAction.h"
 #include "MivoXmlNode.h"
 
+#include "InstructionCount.h"
+
 #include <QtTest>
 
 #include <cstring>
@@ -629,58 +631,26 @@ void tst_MivoFieldXml::mergingOtherElementsAnswersNothing()
 
 void tst_MivoFieldXml::mergingGrowsLinearly()
 {
-    struct Form
-    {
-        explicit Form(int count)
-        {
-            QList<MivoField> reversed;
-            for (int i = 0; i < count; ++i) {
-                fields << spinBox(count, 0, 0, QString("field %1").arg(i));
-                reversed.prepend(spinBox(count, 0, i, QString("field %1").arg(i)));
-            }
-            node = MivoField::toXml(reversed);
-        }
+    if (!canCountInstructions())
+        QSKIP("instructions are not counted in this build");
 
-        qint64 merge()
-        {
-            QElapsedTimer timer;
-            timer.start();
-            const QList<MivoField> merged = MivoField::fromXml(fields, node);
-            const qint64 elapsed = timer.nsecsElapsed();
-            for (int i = 0; i < fields.size(); ++i) {
-                if (merged.size() != fields.size() || merged.at(i).getIntValue() != i)
-                    return -1000000000;
-            }
-            return elapsed;
-        }
-
+    const auto merging = [](int count) {
         QList<MivoField> fields;
-        MivoXmlNode node;
+        QList<MivoField> reversed;
+        for (int i = 0; i < count; ++i) {
+            const QString id = QString("field %1").arg(i);
+            fields << spinBox(count, 0, 0, id);
+            reversed.prepend(spinBox(count, 0, i, id));
+        }
+        return [fields, node = MivoField::toXml(reversed)] {
+            const QList<MivoField> merged = MivoField::fromXml(fields, node);
+            if (merged.size() != fields.size() || merged.last().getIntValue() != merged.size() - 1)
+                qFatal("the fields are not merged");
+        };
     };
-
-    // Ten small forms take as much memory as a large one, so that what is compared is the number of
-    // steps and not what fits into the processor's caches.
-    std::vector<Form> small;
-    for (int i = 0; i < 10; ++i)
-        small.emplace_back(1000);
-    Form large(10000);
-    double ratio = std::numeric_limits<double>::infinity();
-    qint64 smallTime = std::numeric_limits<qint64>::max();
-    qint64 largeTime = smallTime;
-    // On a busy machine single runs tell little: the best ones count.
-    for (int run = 0; run < 5 || (run < 30 && ratio > 12 && ratio < 40); ++run) {
-        qint64 sum = 0;
-        for (Form& form : small)
-            sum += form.merge();
-        smallTime = qMin(smallTime, sum / 10);
-        largeTime = qMin(largeTime, large.merge());
-        ratio = double(largeTime) / double(smallTime);
-    }
-    qInfo("1,000 fields: %.2f ms, 10,000 fields: %.2f ms, ratio %.1f", double(smallTime) * 1e-6,
-          double(largeTime) * 1e-6, ratio);
-    QVERIFY(smallTime > 0);
-    QVERIFY(largeTime > 0);
-    QVERIFY(ratio <= 12);
+    const double growth = tenfoldGrowth(merging, 1000);
+    QVERIFY(growth > 5);
+    QVERIFY(growth <= 12);
 }
 
 QTEST_APPLESS_MAIN(tst_MivoFieldXml)

@@ -5,6 +5,8 @@
 #include "MivoPlugin.h"
 #include "MivoRemovable.h"
 
+#include "TestThreads.h"
+
 #include <QtTest>
 
 #include <cstring>
@@ -12,7 +14,7 @@
 
 namespace {
 
-const int patienceMs = 20000;
+const int patienceMs = testBoundMs;
 
 /** Frame @p number of @p size as its definition says: bytes of red, green and blue. */
 QByteArray frame(QSize size, quint32 number)

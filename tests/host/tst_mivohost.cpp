@@ -7,11 +7,13 @@
 #include <MivoPluginThread.h>
 #include <MivoWait.h>
 
+#include "TestThreads.h"
+
 #include <QtTest>
 
 namespace {
 
-const int patienceMs = 10000;
+const int patienceMs = testBoundMs;
 
 QMutex logMutex;
 QStringList logLines;

@@ -91,9 +91,9 @@ void MivoHostFramesTest::theFramesAreCountedTimedAndShown()
     QVERIFY2(match.hasMatch(), qPrintable(outcome.out));
     const auto number = [&match](const char* name) { return match.captured(name).toDouble(); };
 
-    QVERIFY(number("first") > 0);
-    QVERIFY(number("second") > number("first"));
+    QVERIFY(number("second") >= number("first"));
     QVERIFY(number("received") >= number("second"));
+    QVERIFY(number("received") > 0);
     QCOMPARE(number("received"), number("made"));
     QVERIFY2(number("seconds") > 1.5 && number("seconds") <= allSeconds, qPrintable(outcome.out));
     const double rate = number("received") / number("seconds");

@@ -151,12 +151,12 @@ void tst_MivoGarbageCollector::letsGoWhenItsTimerTicks()
     Removable second(true);
     collector.add(&first);
     collector.add(&second);
-    QTRY_COMPARE_WITH_TIMEOUT(record(collector)->removables.size(), 1, 20000);
+    QTRY_COMPARE_WITH_TIMEOUT(record(collector)->removables.size(), 1, testBoundMs);
     QCOMPARE(record(collector)->removables.first(), &second);
-    QTRY_VERIFY_WITH_TIMEOUT(record(collector)->removables.isEmpty(), 20000);
+    QTRY_VERIFY_WITH_TIMEOUT(record(collector)->removables.isEmpty(), testBoundMs);
     const QPointer<MivoGarbageCollectorPrivate> d = record(collector);
     collector.remove();
-    QTRY_VERIFY_WITH_TIMEOUT(!d, 20000);
+    QTRY_VERIFY_WITH_TIMEOUT(!d, testBoundMs);
 }
 
 void tst_MivoGarbageCollector::keepsRemovablesInTheOrderOfAdding()

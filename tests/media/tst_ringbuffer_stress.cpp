@@ -10,14 +10,6 @@
 
 namespace {
 
-/** How long the producer runs, in milliseconds: MIVO_STRESS_SECONDS, 10 s if it is not set. */
-int stressTime()
-{
-    bool set = false;
-    const int seconds = qEnvironmentVariableIntValue("MIVO_STRESS_SECONDS", &set);
-    return (set ? seconds : 10) * 1000;
-}
-
 /** The way on which a producer tells the consumer about frames; null says that there is no more. */
 class Channel
 {
@@ -109,26 +101,23 @@ private Q_SLOTS:
 void tst_RingBufferStress::losesTearsAndReordersNoFrameAtFullSpeed_data()
 {
     QTest::addColumn<int>("size");
-    QTest::addColumn<int>("milliseconds");
-    QTest::newRow("frames of 4 KiB") << 4096 << stressTime();
-    QTest::newRow("frames of 8 bytes") << 8 << stressTime() / 5;
-    QTest::newRow("frames of 640x480 RGB") << 640 * 480 * 3 << stressTime() / 5;
+    QTest::addColumn<quint64>("frames");
+    QTest::newRow("frames of 4 KiB") << 4096 << quint64(100000);
+    QTest::newRow("frames of 8 bytes") << 8 << quint64(100000);
+    QTest::newRow("frames of 640x480 RGB") << 640 * 480 * 3 << quint64(1000);
 }
 
 void tst_RingBufferStress::losesTearsAndReordersNoFrameAtFullSpeed()
 {
     QFETCH(int, size);
-    QFETCH(int, milliseconds);
+    QFETCH(quint64, frames);
     MivoRingBuffer ring(3, size);
     Channel channel;
     Consumer consumer(channel);
 
-    quint64 frames = 0;
-    QElapsedTimer clock;
-    clock.start();
-    while (clock.elapsed() < milliseconds) {
+    for (quint64 frame = 0; frame < frames; ++frame) {
         MivoBuffer* buffer = ring.getBuffer();
-        fill(*buffer, frames++);
+        fill(*buffer, frame);
         channel.send(buffer);
     }
     channel.send(nullptr);
@@ -138,8 +127,6 @@ void tst_RingBufferStress::losesTearsAndReordersNoFrameAtFullSpeed()
     QCOMPARE(consumer.wrong.load(), quint64(0));
     QCOMPARE(consumer.received.load(), frames);
     QVERIFY(ring.isUnused());
-    QVERIFY(frames > 0);
-    qInfo("%llu frames, %.0f a second", frames, double(frames) * 1000 / double(clock.elapsed()));
 }
 
 void tst_RingBufferStress::survivesResizesWhileTheConsumerIsBehind()
@@ -178,7 +165,7 @@ void tst_RingBufferStress::leavesTheCollectorOnlyWhenEveryFrameIsReleased()
         }
         collector.add(&ring);
         channel.send(nullptr);
-        for (QDeadlineTimer patience(20000); !d->removables.isEmpty();) {
+        for (QDeadlineTimer patience(testBoundMs); !d->removables.isEmpty();) {
             QVERIFY(!patience.hasExpired());
             d->timeout();
         }

@@ -1,6 +1,8 @@
 #ifndef BACKGROUND_H
 #define BACKGROUND_H
 
+#include "TestThreads.h"
+
 #include <QDeadlineTimer>
 #include <QFile>
 #include <QMutex>
@@ -34,7 +36,7 @@ public:
     }
 
     /** Waits until the call has ended, but not for ever. */
-    bool ends(int milliseconds = 20000)
+    bool ends(int milliseconds = testBoundMs)
     {
         return end.wait_for(std::chrono::milliseconds(milliseconds)) == std::future_status::ready;
     }
@@ -45,7 +47,7 @@ public:
      */
     bool blocks()
     {
-        for (QDeadlineTimer patience(20000); !patience.hasExpired() && !isFinished();) {
+        for (QDeadlineTimer patience(testBoundMs); !patience.hasExpired() && !isFinished();) {
             if (threadId && state() == 'S')
                 return true;
             std::this_thread::yield();

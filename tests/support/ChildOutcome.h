@@ -1,6 +1,8 @@
 #ifndef CHILDOUTCOME_H
 #define CHILDOUTCOME_H
 
+#include "TestThreads.h"
+
 #include <QString>
 #include <QtGlobal>
 
@@ -10,14 +12,14 @@
 /** How a call ended that was made in a child process, where it may do as it likes. */
 enum class ChildOutcome { True, False, Asserted, Died };
 
-/** Makes @p call, which answers a bool, in a child process; a minute is the longest it may take. */
+/** Makes @p call, which answers a bool, in a child process, for at most @ref testBoundMs. */
 template <class Call>
 ChildOutcome outcomeInChild(Call call)
 {
     enum { ExitTrue = 10, ExitFalse = 11, ExitAsserted = 12 };
     const pid_t child = fork();
     if (child == 0) {
-        alarm(60);
+        alarm(testBoundMs / 1000);
         qInstallMessageHandler([](QtMsgType type, const QMessageLogContext&, const QString&) {
             if (type == QtFatalMsg)
                 _exit(ExitAsserted);

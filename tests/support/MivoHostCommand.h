@@ -1,6 +1,8 @@
 #ifndef MIVOHOSTCOMMAND_H
 #define MIVOHOSTCOMMAND_H
 
+#include "TestThreads.h"
+
 #include <QtTest>
 
 /** How a command ended, and what it has written. */
@@ -11,7 +13,7 @@ struct Outcome
     QString error;
 };
 
-/** Runs a @p program in the locale @p locale; a minute is the longest it may take. */
+/** Runs a @p program in the locale @p locale, for at most @ref testBoundMs. */
 inline Outcome outcomeOf(const QString& program, const QStringList& arguments,
                          const QString& locale = "C")
 {
@@ -23,7 +25,7 @@ inline Outcome outcomeOf(const QString& program, const QStringList& arguments,
         environment.insert("ASAN_OPTIONS", "fast_unwind_on_malloc=0");
     process.setProcessEnvironment(environment);
     process.start(program, arguments);
-    if (!process.waitForFinished(60000))
+    if (!process.waitForFinished(testBoundMs))
         return {-1, QString(), "has not ended in time"};
     return {process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -2,
             QString::fromUtf8(process.readAllStandardOutput()),
