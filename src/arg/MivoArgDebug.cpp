@@ -6,18 +6,12 @@
 #include "MivoField.h"
 #include "MivoPluginAction.h"
 #include "MivoPresence.h"
-#include "MivoQt_p.h"
 #include "MivoService.h"
 #include "MivoXmlNode.h"
 
 #include <QDebug>
 
 namespace {
-
-void writeNumber(QDebug& dbg, const QString& digits)
-{
-    dbg << digits.toLatin1().constData();
-}
 
 void writePointer(QDebug& dbg, const void* pointer)
 {
@@ -49,12 +43,10 @@ void writeValue(QDebug& dbg, const MivoArg& arg)
         dbg << "UInt: " << arg.toUInt();
         break;
     case MivoArg::Int64:
-        dbg << "Int64: ";
-        writeNumber(dbg, QString::number(arg.toInt64(), 10));
+        dbg << "Int64: " << arg.toInt64();
         break;
     case MivoArg::UInt64:
-        dbg << "UInt64: ";
-        writeNumber(dbg, QString::number(arg.toUInt64(), 10));
+        dbg << "UInt64: " << arg.toUInt64();
         break;
     case MivoArg::Float:
         dbg << "Float: " << arg.toFloat();
@@ -129,6 +121,7 @@ void writeValue(QDebug& dbg, const MivoArg& arg)
 
 QDebug operator<<(QDebug dbg, MivoArg::Type type)
 {
+    const MivoPlainText plain(dbg);
     const bool isPrinted = type != MivoArg::VideoClip && type != MivoArg::ServiceList
         && type >= MivoArg::None && type <= MivoArg::Undefined;
     if (isPrinted)
@@ -140,6 +133,7 @@ QDebug operator<<(QDebug dbg, MivoArg::Type type)
 
 QDebug operator<<(QDebug dbg, const MivoArg& arg)
 {
+    const MivoPlainText plain(dbg);
     dbg.nospace() << "MivoArg(";
     writeValue(dbg, arg);
     dbg.nospace() << ")";

@@ -3,7 +3,7 @@
 #include "MivoBuddyMerged.h"
 #include "MivoBuddyMeta.h"
 #include "MivoBuddyTemporary.h"
-#include "MivoQt_p.h"
+#include "MivoDebug_p.h"
 
 namespace {
 
@@ -37,6 +37,7 @@ void writeText(QDebug& dbg, const char* label, const QString& text)
 template <class Container>
 QDebug writeContainer(QDebug dbg, const char* className, const Container& container)
 {
+    const MivoPlainText plain(dbg);
     dbg.nospace() << className << "(\n\tvalid       :" << container.isValid();
     writeText(dbg, "\n\tdisplay     :", container.getDisplay());
     dbg << "\n\tchild count :" << container.childCount();
@@ -57,6 +58,7 @@ void writeContact(QDebug& dbg, const char* className, const Contact& contact)
 
 QDebug operator<<(QDebug dbg, MivoBuddy::Type type)
 {
+    const MivoPlainText plain(dbg);
     dbg.nospace() << "MivoBuddy::" << nameOf(type);
     return dbg.space();
 }
@@ -73,6 +75,7 @@ QDebug operator<<(QDebug dbg, const MivoBuddyMeta& meta)
 
 QDebug operator<<(QDebug dbg, const MivoBuddyContact& contact)
 {
+    const MivoPlainText plain(dbg);
     writeContact(dbg, "MivoBuddyContact", contact);
     dbg << "\n)";
     return dbg.space();
@@ -80,6 +83,7 @@ QDebug operator<<(QDebug dbg, const MivoBuddyContact& contact)
 
 QDebug operator<<(QDebug dbg, const MivoBuddyMerged& merged)
 {
+    const MivoPlainText plain(dbg);
     writeContact(dbg, "MivoBuddyMerged", merged);
     dbg << "\n)";
     return dbg.space();
@@ -87,6 +91,7 @@ QDebug operator<<(QDebug dbg, const MivoBuddyMerged& merged)
 
 QDebug operator<<(QDebug dbg, const MivoBuddyTemporary& temporary)
 {
+    const MivoPlainText plain(dbg);
     writeContact(dbg, "MivoBuddyTemporary", temporary);
     dbg << "\n\taccount :" << static_cast<const void*>(temporary.getAccount()) << "\n)";
     return dbg.space();
@@ -94,6 +99,7 @@ QDebug operator<<(QDebug dbg, const MivoBuddyTemporary& temporary)
 
 QDebug operator<<(QDebug dbg, const MivoBuddy& buddy)
 {
+    const MivoPlainText plain(dbg);
     // What a kind's printer writes ends with a blank of its own, on purpose beside the one here.
     switch (buddy.getType()) {
     case MivoBuddy::Group:

@@ -1,10 +1,10 @@
 #include "MivoField.h"
 
 #include "MivoDebug_p.h"
-#include "MivoQt_p.h"
 
 QDebug operator<<(QDebug dbg, const MivoField& field)
 {
+    const MivoPlainText plain(dbg);
     dbg.nospace() << "MivoField("
                   << "id: ";
     mivoWriteQuoted(dbg, field.getId());
@@ -64,6 +64,7 @@ QDebug operator<<(QDebug dbg, const MivoField& field)
 
 QDebug operator<<(QDebug dbg, const QList<MivoField>& fields)
 {
+    const MivoPlainText plain(dbg);
     for (int i = 0; i < fields.size(); ++i)
         dbg << fields.at(i);
     return dbg.space();

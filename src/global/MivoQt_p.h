@@ -3,9 +3,7 @@
 
 #include <QAtomicInt>
 #include <QByteArray>
-#include <QDebug>
 #include <QMetaMethod>
-#include <QString>
 #include <QVariant>
 
 #if QT_VERSION >= 0x050000
@@ -24,21 +22,6 @@ inline int mivoLoadAcquire(const QAtomicInt& value)
     return value.loadAcquire();
 #else
     return value;
-#endif
-}
-
-/**
- * Writes @p text between double quotes and otherwise unchanged, as Qt 4.8 does; later generations
- * escape it, or leave the quotes out, depending on the stream's settings, which stay as they are.
- * In space mode a blank follows, as after every piece.
- */
-inline void mivoWriteQuoted(QDebug& dbg, const QString& text)
-{
-#if QT_VERSION >= 0x050000
-    const QDebugStateSaver saver(dbg);
-    dbg.nospace().noquote() << QString(QLatin1Char('"') + text + QLatin1Char('"'));
-#else
-    dbg << text;
 #endif
 }
 

@@ -1,6 +1,6 @@
 #include "MivoService.h"
 
-#include "MivoQt_p.h"
+#include "MivoDebug_p.h"
 
 MivoService::MivoService() = default;
 
@@ -54,6 +54,7 @@ MivoPluginAction MivoService::getAction() const
 
 QDebug operator<<(QDebug dbg, const MivoService& service)
 {
+    const MivoPlainText plain(dbg);
     dbg.nospace() << "name=";
     mivoWriteQuoted(dbg, service.getName());
     dbg << " protocol=";

@@ -1,8 +1,9 @@
 #include "MivoBuddyType.h"
-#include "MivoQt_p.h"
+#include "MivoDebug_p.h"
 
 QDebug operator<<(QDebug dbg, MivoBuddyType* type)
 {
+    const MivoPlainText plain(dbg);
     dbg.nospace() << static_cast<const void*>(type) << " MivoBuddyType(";
     mivoWriteQuoted(dbg, type->getId());
     dbg << ", ";
@@ -13,6 +14,7 @@ QDebug operator<<(QDebug dbg, MivoBuddyType* type)
 
 QDebug operator<<(QDebug dbg, const QList<MivoBuddyType*>& types)
 {
+    const MivoPlainText plain(dbg);
     dbg.nospace() << "QList<MivoBuddyType *> ("
                   << "\n";
     // An element leaves the stream in space mode, so that only the first tab has no blank after it.

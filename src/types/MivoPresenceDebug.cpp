@@ -1,8 +1,9 @@
+#include "MivoDebug_p.h"
 #include "MivoPresence.h"
-#include "MivoQt_p.h"
 
 QDebug operator<<(QDebug dbg, const MivoPresence& presence)
 {
+    const MivoPlainText plain(dbg);
     dbg.nospace() << "MivoPresence(";
     if (presence.isValid()) {
         dbg << "\n\tid       : ";

@@ -56,13 +56,29 @@ inline QList<DebugText> debugTextTable()
 }
 
 /**
+ * Fails the test function unless @p value prints as @p expected into a stream whose numbers are
+ * hexadecimal and padded, and leaves that as it was.
+ */
+template <class T>
+void compareDebugTextInFormattedStream(const T& value, const QString& expected)
+{
+    QString text;
+    QDebug dbg(&text);
+    dbg.nospace() << Qt::hex << Qt::showbase << qSetFieldWidth(6) << qSetPadChar('*');
+    dbg << value;
+    dbg.nospace() << 255;
+    QCOMPARE(text, expected + QLatin1String("**0xff"));
+}
+
+/**
  * Fails the test function unless @p value prints as @p expected and leaves the stream in space mode
- * and its quoting as it was, with spaces on and off and quoting on and off. The pieces before and
- * after it are compared as well.
+ * and its quoting and number format as they were, with spaces on and off, quoting on and off, and
+ * hexadecimal padded numbers. The pieces before and after it are compared as well.
  */
 template <class T>
 void compareDebugText(const T& value, const QString& expected)
 {
+    compareDebugTextInFormattedStream(value, expected);
     for (const bool space : {true, false}) {
         for (const bool quote : {true, false}) {
             QString text;
