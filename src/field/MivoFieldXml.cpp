@@ -44,30 +44,48 @@ void setRange(MivoXmlNode& node, Number max, Number min, Number value)
     node.setAttribute(QLatin1String("val"), value);
 }
 
-// Numbers are read as bytes, because Qt 4.8 reads strings by the rules of the default locale. All
-// of these answer 0 for what is no number.
+// Numbers are read as bytes, because Qt 4.8 reads strings by the rules of the default locale.
 
-int toNumber(const QByteArray& text, int)
+void read(const QByteArray& text, int* number, bool* ok)
 {
-    return text.toInt();
+    *number = text.toInt(ok);
 }
 
-unsigned toNumber(const QByteArray& text, unsigned)
+void read(const QByteArray& text, unsigned* number, bool* ok)
 {
-    return text.toUInt();
+    *number = text.toUInt(ok);
 }
 
-double toNumber(const QByteArray& text, double)
+void read(const QByteArray& text, double* number, bool* ok)
 {
-    return text.toDouble();
+    *number = text.toDouble(ok);
 }
 
+/** 0 for what is no number, or none that fits. */
 template <class Number>
 Number numberAt(const MivoXmlNode& node, const char* attribute)
 {
     const QByteArray text = node.getAttribute(QLatin1String(attribute)).toLatin1();
-    // A number with blanks around it is none; the generations of Qt differ on that.
-    return text == text.trimmed() ? toNumber(text, Number()) : Number();
+    Number number;
+    bool ok = false;
+    read(text, &number, &ok);
+    // The generations of Qt differ on blanks around a number, and on what they answer if not ok.
+    return ok && text == text.trimmed() ? number : Number();
+}
+
+template <class Number>
+struct Range
+{
+    Number min;
+    Number max;
+    Number value;
+};
+
+template <class Number>
+Range<Number> rangeAt(const MivoXmlNode& node)
+{
+    return {numberAt<Number>(node, "min"), numberAt<Number>(node, "max"),
+            numberAt<Number>(node, "val")};
 }
 
 QString firstString(const MivoXmlNode& node)
@@ -92,33 +110,45 @@ void applyValues(MivoField& field, const MivoXmlNode& node)
     const char* const typeName = xmlTypeName(field.getType());
     if (!typeName || node.getAttribute(QLatin1String("type")) != QLatin1String(typeName))
         return;
-    // The order of the setters matters: a limit pulls the value, and the value comes last.
+    // Everything is read before anything is set: only reading, and the first setter that changes
+    // something, can run out of memory. The order of the setters matters: a limit pulls the value,
+    // and the value comes last.
     switch (MivoFieldPrivate::behaviourOf(field.getType())) {
-    case MivoField::ComboBox:
-        field.setComboBoxItems(allStrings(node));
-        field.setSelectedIndex(numberAt<unsigned>(node, "selectedindex"));
+    case MivoField::ComboBox: {
+        const QStringList items = allStrings(node);
+        const unsigned index = numberAt<unsigned>(node, "selectedindex");
+        field.setComboBoxItems(items);
+        field.setSelectedIndex(index);
         break;
+    }
     case MivoField::CheckBox:
     case MivoField::RadioButton:
         field.setChecked(node.getAttribute(QLatin1String("checked")) == QLatin1String("1"));
         break;
-    case MivoField::LineEdit:
-        field.setMaxTextLength(numberAt<int>(node, "maxlength"));
-        field.setText(firstString(node));
+    case MivoField::LineEdit: {
+        const int maxLength = numberAt<int>(node, "maxlength");
+        const QString text = firstString(node);
+        field.setMaxTextLength(maxLength);
+        field.setText(text);
         break;
+    }
     case MivoField::TextEdit:
         field.setText(firstString(node));
         break;
-    case MivoField::SpinBox:
-        field.setSpinBoxMin(numberAt<int>(node, "min"));
-        field.setSpinBoxMax(numberAt<int>(node, "max"));
-        field.setIntValue(numberAt<int>(node, "val"));
+    case MivoField::SpinBox: {
+        const Range<int> range = rangeAt<int>(node);
+        field.setSpinBoxMin(range.min);
+        field.setSpinBoxMax(range.max);
+        field.setIntValue(range.value);
         break;
-    case MivoField::DoubleSpinBox:
-        field.setDoubleSpinBoxMin(numberAt<double>(node, "min"));
-        field.setDoubleSpinBoxMax(numberAt<double>(node, "max"));
-        field.setDoubleValue(numberAt<double>(node, "val"));
+    }
+    case MivoField::DoubleSpinBox: {
+        const Range<double> range = rangeAt<double>(node);
+        field.setDoubleSpinBoxMin(range.min);
+        field.setDoubleSpinBoxMax(range.max);
+        field.setDoubleValue(range.value);
         break;
+    }
     default:
         break;
     }

@@ -1,3 +1,5 @@
+#include "FailingMalloc.h"
+
 #include "MivoField.h"
 #include "MivoField_p.h"
 #include "MivoPluginAction.h"
@@ -109,6 +111,8 @@ private Q_SLOTS:
     void readingEqualValuesDoesNotDetach();
     void readingDetachesFromCopies();
     void readingIntoANullFieldDoesNothing();
+    void shortOfMemoryNothingIsRead_data();
+    void shortOfMemoryNothingIsRead();
 
     void mergingFollowsTheFields_data();
     void mergingFollowsTheFields();
@@ -376,6 +380,9 @@ void tst_MivoFieldXml::readingMapsElementsToValues_data()
     doubleSpin("\xd9\xa7", 0);
     doubleSpin("inf", qInf());
     doubleSpin("-inf", -qInf());
+    doubleSpin("1e400", 0); // out of range
+    doubleSpin("-1e400", 0);
+    doubleSpin("1e308", 1e308);
 
     QTest::newRow("no numbers at all")
         << spinBox(10, 1, 5) << QByteArray("<field type='spinbox'><id>i</id></field>")
@@ -541,6 +548,50 @@ void tst_MivoFieldXml::readingIntoANullFieldDoesNothing()
     field.fromXml(MivoField().toXml());
     field.fromXml(MivoXmlNode());
     QVERIFY(field.isNull());
+}
+
+void tst_MivoFieldXml::shortOfMemoryNothingIsRead_data()
+{
+    QTest::addColumn<MivoField>("before");
+    QTest::addColumn<MivoField>("after");
+    QTest::addColumn<bool>("isShared");
+    for (const bool isShared : {false, true}) {
+        const char* const handles = isShared ? "shared" : "alone";
+        const auto row = [&](const char* name, const MivoField& before, const MivoField& after) {
+            QTest::addRow("%s, %s", name, handles) << before << after << isShared;
+        };
+        row("SpinBox", spinBox(10, 0, 5), spinBox(20, 1, 15));
+        row("DoubleSpinBox", doubleSpinBox(10, 0, 5), doubleSpinBox(20, 1, 15));
+        row("LineEdit", textOfKind(4, "old", 7), textOfKind(4, "new", 8));
+        row("ComboBox", comboBox(QStringList("old"), 0),
+            comboBox(QStringList() << "a"
+                                   << "b",
+                     1));
+    }
+}
+
+void tst_MivoFieldXml::shortOfMemoryNothingIsRead()
+{
+    QFETCH(MivoField, before);
+    QFETCH(MivoField, after);
+    QFETCH(bool, isShared);
+    if (!FAILING_MALLOC)
+        QSKIP("The sanitizer's allocation functions do not fail.");
+    const MivoXmlNode node = after.toXml();
+    int failures = 0;
+    for (;; ++failures) {
+        MivoField field = before;
+        if (!isShared) {
+            field.setLabel("a record of its own");
+            field.setLabel("label");
+        }
+        if (runsWithFailingAllocation(failures, [&] { field.fromXml(node); })) {
+            QVERIFY(sameContents(field, after));
+            break;
+        }
+        QVERIFY(sameContents(field, before));
+    }
+    QVERIFY(failures > 0);
 }
 
 void tst_MivoFieldXml::mergingFollowsTheFields_data()
