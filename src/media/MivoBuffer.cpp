@@ -147,8 +147,8 @@ void MivoBuffer::waitForRelease()
     if (!condition)
         return;
 
-    // The mark is not looked at again: being woken means that the buffer was released, also when it
-    // has been marked anew since.
-    if (!condition->wait(mutex, patience))
+    // A release between the time-out and here has woken nobody. Otherwise the mark is not looked at
+    // again: being woken means that the buffer was released, also when it has been marked anew.
+    if (!condition->wait(mutex, patience) && inUse)
         condition->wait(mutex);
 }

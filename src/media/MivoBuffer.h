@@ -37,6 +37,9 @@ public:
      */
     MivoBuffer(long size, bool synchronised);
 
+    template <class T>
+    MivoBuffer(long size, T* data) = delete; // bytes take a third argument, who frees them
+
     /** Frees the bytes if the buffer owns them. Nobody may be waiting for the buffer any more. */
     ~MivoBuffer();
 

@@ -3,18 +3,33 @@
 
 #include "MivoRemovable.h"
 
+#include <QAbstractEventDispatcher>
 #include <QMutexLocker>
 #include <QTimer>
 
+#include <memory>
 #include <new>
 
 MivoGarbageCollectorPrivate::MivoGarbageCollectorPrivate(MivoGarbageCollector* owner)
     : removeRequested(false)
-    , timer(new QTimer)
+    , timer(nullptr)
     , collector(owner)
 {
-    connect(timer, SIGNAL(timeout()), this, SLOT(timeout()));
-    timer->start(1000);
+    // Short of memory, Qt leaves a connection to an object that never had one half made, and the
+    // timer could not be deleted. So this object has had one.
+    connect(this, SIGNAL(destroyed()), this, SLOT(timeout()));
+    disconnect(this, SIGNAL(destroyed()), this, SLOT(timeout()));
+
+    std::unique_ptr<QTimer> newTimer(new QTimer);
+    connect(newTimer.get(), SIGNAL(timeout()), this, SLOT(timeout()));
+    try {
+        newTimer->start(1000);
+    } catch (...) {
+        // The event loop may know the timer already, which itself does not know that.
+        QAbstractEventDispatcher::instance()->unregisterTimers(newTimer.get());
+        throw;
+    }
+    timer = newTimer.release();
 }
 
 MivoGarbageCollectorPrivate::~MivoGarbageCollectorPrivate()

@@ -6,8 +6,10 @@
 #include <QtTest>
 
 #include <climits>
+#include <cstddef>
 #include <cstring>
 #include <memory>
+#include <type_traits>
 
 class tst_MivoBuffer : public QObject
 {
@@ -18,6 +20,7 @@ private Q_SLOTS:
     void numbersBuffersOfEveryConstructorConsecutively();
     void isValidWithAByteAndAnAddress_data();
     void isValidWithAByteAndAnAddress();
+    void takesNoPointerForABool();
     void isEmptyByDefault();
     void wrapsMemory_data();
     void wrapsMemory();
@@ -94,6 +97,18 @@ void tst_MivoBuffer::isValidWithAByteAndAnAddress()
     MivoBuffer buffer(long(size), hasAddress ? bytes : nullptr, false);
     QTEST(buffer.isValid(), "valid");
     QCOMPARE(qlonglong(buffer.getSize()), size);
+}
+
+void tst_MivoBuffer::takesNoPointerForABool()
+{
+    static_assert(std::is_constructible<MivoBuffer, int, bool>::value, "");
+    static_assert(std::is_constructible<MivoBuffer, long, unsigned char*, bool>::value, "");
+    static_assert(!std::is_constructible<MivoBuffer, int, unsigned char*>::value, "");
+    static_assert(!std::is_constructible<MivoBuffer, long, const unsigned char*>::value, "");
+    static_assert(!std::is_constructible<MivoBuffer, long, void*>::value, "");
+    static_assert(!std::is_constructible<MivoBuffer, int, char(&)[4]>::value, "");
+    static_assert(!std::is_constructible<MivoBuffer, int, void (*)()>::value, "");
+    static_assert(!std::is_constructible<MivoBuffer, int, std::nullptr_t>::value, "");
 }
 
 void tst_MivoBuffer::isEmptyByDefault()

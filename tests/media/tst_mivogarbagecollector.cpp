@@ -66,6 +66,7 @@ class tst_MivoGarbageCollector : public QObject
 
 private Q_SLOTS:
     void isNotMadeWithoutMemory();
+    void leavesNothingBehindWhereverConstructionFails();
     void isOneForTheProcess();
     void asksRemovablesThroughTheFirstVirtualOperation();
     void isNothingButAPointer();
@@ -97,6 +98,26 @@ void tst_MivoGarbageCollector::isNotMadeWithoutMemory()
     allocations::untilFailure = 0;
     QVERIFY(!MivoGarbageCollector::getInstance());
     QVERIFY(MivoGarbageCollector::getInstance()); // the failure is not remembered
+}
+
+void tst_MivoGarbageCollector::leavesNothingBehindWhereverConstructionFails()
+{
+    const auto construct = [] { const MivoGarbageCollector collector; };
+    construct(); // what Qt makes once for the thread, it keeps
+    int failures = 0;
+    for (bool failed = true; failed; ++failures) {
+        const long before = allocations::live;
+        allocations::untilFailure = failures;
+        failed = false;
+        try {
+            construct();
+        } catch (const std::bad_alloc&) {
+            failed = true;
+        }
+        QCOMPARE(allocations::live.load(), before);
+    }
+    allocations::untilFailure = -1;
+    QVERIFY(failures > 3); // the private object, the timer and what Qt adds to them
 }
 
 void tst_MivoGarbageCollector::isOneForTheProcess()
