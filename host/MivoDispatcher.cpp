@@ -13,7 +13,7 @@ MivoDispatcher::~MivoDispatcher() = default;
 
 bool MivoDispatcher::event(QEvent* event)
 {
-    if (event->type() != static_cast<QEvent::Type>(MivoCallActionEvent::EventType))
+    if (event->type() != MivoCallActionEvent::EventType)
         return QObject::event(event);
 
     MivoCallActionEvent* const call = static_cast<MivoCallActionEvent*>(event);

@@ -26,7 +26,7 @@ void MivoPluginThread::stop()
 
 bool MivoPluginThread::event(QEvent* event)
 {
-    if (event->type() != static_cast<QEvent::Type>(MivoCallSlotEvent::EventType))
+    if (event->type() != MivoCallSlotEvent::EventType)
         return QThread::event(event);
 
     MivoCallSlotEvent* const call = static_cast<MivoCallSlotEvent*>(event);

@@ -127,7 +127,7 @@ void destroyValue<NoValue>(void*)
 }
 
 template <class... T>
-constexpr std::array<KindOperations, sizeof...(T)> operationsOf(const Kind<T>&... kinds)
+constexpr std::array<KindOperations, sizeof...(T)> operationsTable(const Kind<T>&... kinds)
 {
     return {KindOperations{kinds.name, kinds.equal, kinds.holdsVariants, destroyValue<T>}...};
 }
@@ -136,7 +136,7 @@ constexpr std::array<KindOperations, sizeof...(T)> operationsOf(const Kind<T>&..
 const KindOperations* operationsOf(MivoArg::Type type)
 {
     static constexpr auto operations
-        = std::apply([](const auto&... kinds) { return operationsOf(kinds...); }, kindTable);
+        = std::apply([](const auto&... kinds) { return operationsTable(kinds...); }, kindTable);
     const auto number = static_cast<unsigned int>(type);
     return number < operations.size() ? &operations[number] : nullptr;
 }
@@ -365,9 +365,8 @@ MivoArg::MivoArg(const MivoArg& other)
 }
 
 MivoArg::MivoArg(MivoArg&& other) noexcept
-    : d(other.d)
+    : d(std::exchange(other.d, nullptr))
 {
-    other.d = nullptr;
 }
 
 MivoArg::~MivoArg()

@@ -7,6 +7,9 @@
 #include <QString>
 #include <QStringList>
 
+#include <type_traits>
+#include <utility>
+
 class MivoAccountConnection;
 class MivoArgPrivate;
 class MivoBuddy;
@@ -19,7 +22,14 @@ class MivoPresence;
 class MivoService;
 class MivoXmlNode;
 class QDebug;
+#ifdef __clang__
+#pragma clang diagnostic push
+#pragma clang diagnostic ignored "-Wmismatched-tags" // the host may make it a class
+#endif
 struct MivoVideoClip;
+#ifdef __clang__
+#pragma clang diagnostic pop
+#endif
 
 /**
  * The tagged variant in which every argument and result of a call between plug-ins travels.
@@ -34,6 +44,16 @@ struct MivoVideoClip;
  * Every constructor that makes a value throws the std::runtime_error of mivo_oom() when an
  * allocation fails. Every accessor throws that of mivo_conversion() when the value is of another
  * kind, and leaves the value as it is.
+ *
+ * A value keeps its kind when it is assigned to, and whatever assigns elements throws across kinds,
+ * half done. A list of mixed kinds can be appended to, inserted into, erased from and moved in on
+ * every Qt. Not so, with the way to write it instead:
+ * - removeAll() and removeIf() on Qt 6 (on 5 and 4.8 removeAll() is safe), and std::remove_if(),
+ *   std::sort() and their like everywhere: removeAt() from the end, or a new list;
+ * - `list[i] = value` and replace(): removeAt() and insert();
+ * - insert() of a key that a QHash or QMap has: remove() first;
+ * - `std::swap(a, b)` by its full name, which is three assignments and loses a value when it
+ *   throws, and qSwap() on Qt 4.8: `swap(a, b)`.
  */
 class MIVO_DATA_EXPORT MivoArg
 {
@@ -101,12 +121,19 @@ public:
     MivoArg(const QList<MivoArg>& value);
     MivoArg(const MivoService& value);
     MivoArg(const QList<MivoService>& value);
-    // Not kinds: string literals and other pointers to const, functions and pointers to members,
-    // all of which would otherwise become a Bool.
-    MivoArg(const void*) = delete;
+    // Not kinds: string literals and other pointers to const, functions, lambdas and pointers to
+    // members, all of which would otherwise become a Bool. Compilers show the name and the line.
+    typedef const void* TextIsWrittenAsQString;
+    MivoArg(TextIsWrittenAsQString) = delete; // write QString("text"), not "text"
     MivoArg(const volatile void*) = delete;
     template <class Result, class... Parameters>
     MivoArg(Result (*)(Parameters...)) = delete;
+    template <class Result, class... Parameters>
+    MivoArg(Result (*)(Parameters..., ...)) = delete;
+    template <class Callable,
+              class Function = std::remove_pointer_t<decltype(+std::declval<const Callable&>())>,
+              std::enable_if_t<std::is_function<Function>::value, int> = 0>
+    MivoArg(const Callable&) = delete;
     template <class Class, class Member>
     MivoArg(Member Class::*) = delete;
 

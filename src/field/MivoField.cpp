@@ -6,8 +6,10 @@
 #include "MivoQt_p.h"
 #include "MivoShared_p.h"
 
+#include <algorithm>
 #include <cstring>
 #include <type_traits>
+#include <utility>
 
 namespace {
 
@@ -51,18 +53,6 @@ void setFlag(MivoFieldPrivate* record, bool MivoFieldPrivate::*flag, bool on)
     requireRecord(record);
     if (record)
         record->*flag = on;
-}
-
-template <class T>
-T atLeast(T value, T minimum)
-{
-    return value < minimum ? minimum : value;
-}
-
-template <class T>
-T atMost(T value, T maximum)
-{
-    return value > maximum ? maximum : value;
 }
 
 } // namespace
@@ -164,9 +154,8 @@ MivoField::MivoField(const MivoField& other)
 }
 
 MivoField::MivoField(MivoField&& other) noexcept
-    : d(other.d)
+    : d(std::exchange(other.d, nullptr))
 {
-    other.d = nullptr;
 }
 
 MivoField::~MivoField()
@@ -181,6 +170,13 @@ MivoField& MivoField::operator=(const MivoField& other)
     d = other.d;
     tAtomicAttach(d);
     tAtomicDetach(released);
+    return *this;
+}
+
+MivoField& MivoField::operator=(MivoField&& other) noexcept
+{
+    MivoFieldPrivate* const taken = std::exchange(other.d, nullptr);
+    tAtomicDetach(std::exchange(d, taken));
     return *this;
 }
 
@@ -289,7 +285,8 @@ int MivoField::getSpinBoxMin() const
 
 void MivoField::setSpinBoxMin(int minimum)
 {
-    setLimit(&MivoFieldPrivate::spinBoxMin, minimum, &MivoFieldPrivate::intValue, atLeast<int>);
+    if (set(&MivoFieldPrivate::spinBoxMin, minimum))
+        d->intValue = std::max(stored(d->intValue), minimum);
 }
 
 int MivoField::getSpinBoxMax() const
@@ -299,7 +296,8 @@ int MivoField::getSpinBoxMax() const
 
 void MivoField::setSpinBoxMax(int maximum)
 {
-    setLimit(&MivoFieldPrivate::spinBoxMax, maximum, &MivoFieldPrivate::intValue, atMost<int>);
+    if (set(&MivoFieldPrivate::spinBoxMax, maximum))
+        d->intValue = std::min(stored(d->intValue), maximum);
 }
 
 double MivoField::getDoubleValue() const
@@ -317,10 +315,12 @@ double MivoField::getDoubleSpinBoxMin() const
     return valueOf(d, &MivoFieldPrivate::doubleSpinBoxMin);
 }
 
+// The value comes first in max() and min(), so that a NaN on either side changes nothing.
+
 void MivoField::setDoubleSpinBoxMin(double minimum)
 {
-    setLimit(&MivoFieldPrivate::doubleSpinBoxMin, minimum, &MivoFieldPrivate::doubleValue,
-             atLeast<double>);
+    if (set(&MivoFieldPrivate::doubleSpinBoxMin, minimum))
+        d->doubleValue = std::max(stored(d->doubleValue), minimum);
 }
 
 double MivoField::getDoubleSpinBoxMax() const
@@ -330,8 +330,8 @@ double MivoField::getDoubleSpinBoxMax() const
 
 void MivoField::setDoubleSpinBoxMax(double maximum)
 {
-    setLimit(&MivoFieldPrivate::doubleSpinBoxMax, maximum, &MivoFieldPrivate::doubleValue,
-             atMost<double>);
+    if (set(&MivoFieldPrivate::doubleSpinBoxMax, maximum))
+        d->doubleValue = std::min(stored(d->doubleValue), maximum);
 }
 
 bool MivoField::isChecked() const
@@ -459,13 +459,4 @@ bool MivoField::set(T MivoFieldPrivate::*slot, const T& value)
     detach();
     d->*slot = value;
     return true;
-}
-
-/** Sets a limit and pulls the value inside it, which changes nothing when either is a NaN. */
-template <class T>
-void MivoField::setLimit(T MivoFieldPrivate::*limit, T newLimit, T MivoFieldPrivate::*value,
-                         T (*clamped)(T value, T limit))
-{
-    if (set(limit, newLimit))
-        d->*value = clamped(stored(d->*value), newLimit);
 }

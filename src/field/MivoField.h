@@ -80,6 +80,7 @@ public:
     MivoField(MivoField&& other) noexcept;
     ~MivoField();
     MivoField& operator=(const MivoField& other);
+    MivoField& operator=(MivoField&& other) noexcept;
 
     /**
      * Whether both share one record, or have equal kinds, labels, ids and values (with limits and
@@ -164,7 +165,8 @@ public:
      * Takes the values of a "field" element over. Does nothing when the element has no id or
      * another one, or is of another kind, nor on a null field. Never changes id, kind, label or
      * group. What is no number, or none that fits, reads as 0; a box is checked by "1" alone; a
-     * missing text reads as a null string. Elements of one document are for one thread at a time.
+     * missing text reads as a null string. Short of memory it throws std::bad_alloc and the field is as
+     * it was. Elements of one document are for one thread at a time.
      */
     void fromXml(const MivoXmlNode& node);
 
@@ -183,9 +185,6 @@ private:
     void detach();
     template <class T>
     bool set(T MivoFieldPrivate::*slot, const T& value);
-    template <class T>
-    void setLimit(T MivoFieldPrivate::*limit, T newLimit, T MivoFieldPrivate::*value,
-                  T (*clamped)(T value, T limit));
 
     MivoFieldPrivate* d;
 };

@@ -15,7 +15,7 @@ class MIVO_DATA_EXPORT MivoFieldPrivate
 {
 public:
     /** The kind of images has a number, but no name. */
-    static const MivoField::Type Image = static_cast<MivoField::Type>(13);
+    static constexpr MivoField::Type Image = static_cast<MivoField::Type>(13);
 
     MivoFieldPrivate(MivoField::Type type, const QString& label, const QString& id,
                      const QString& group);

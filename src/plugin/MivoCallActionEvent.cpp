@@ -5,7 +5,7 @@ QObject* MivoCallActionEvent::dispatcher = nullptr;
 MivoCallActionEvent::MivoCallActionEvent(MivoPlugin* calledPlugin,
                                          MivoPluginAction::Member calledMember,
                                          const QList<MivoArg>& callArguments)
-    : QEvent(static_cast<QEvent::Type>(EventType))
+    : QEvent(EventType)
     , plugin(calledPlugin)
     , member(calledMember)
     , arguments(callArguments)

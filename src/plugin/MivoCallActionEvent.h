@@ -15,9 +15,7 @@ class QObject;
 class MIVO_DATA_EXPORT MivoCallActionEvent : public QEvent
 {
 public:
-    enum {
-        EventType = QEvent::User + 9 ///< 1009
-    };
+    static constexpr QEvent::Type EventType = QEvent::Type(QEvent::User + 9); ///< 1009
 
     MivoCallActionEvent(MivoPlugin* plugin, MivoPluginAction::Member member,
                         const QList<MivoArg>& arguments);

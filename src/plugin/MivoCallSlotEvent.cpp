@@ -1,7 +1,7 @@
 #include "MivoCallSlotEvent.h"
 
 MivoCallSlotEvent::MivoCallSlotEvent()
-    : QEvent(static_cast<QEvent::Type>(EventType))
+    : QEvent(EventType)
     , wait(nullptr)
     , sender(nullptr)
     , target(nullptr)

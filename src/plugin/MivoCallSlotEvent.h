@@ -17,9 +17,7 @@ class MivoWait;
 class MIVO_DATA_EXPORT MivoCallSlotEvent : public QEvent
 {
 public:
-    enum {
-        EventType = QEvent::User + 7 ///< 1007
-    };
+    static constexpr QEvent::Type EventType = QEvent::Type(QEvent::User + 7); ///< 1007
     typedef void (MivoPlugin::*Member)(MivoPlugin* sender, QList<MivoArg>& arguments);
 
     /** An event whose pointers are null and whose list is empty, to be filled by the caller. */

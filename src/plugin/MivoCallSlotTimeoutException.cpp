@@ -1,9 +1,8 @@
 #include "MivoCallSlotTimeoutException.h"
 
-MivoCallSlotTimeoutException::MivoCallSlotTimeoutException() = default;
-MivoCallSlotTimeoutException::MivoCallSlotTimeoutException(const MivoCallSlotTimeoutException&)
-    = default;
+MivoCallSlotTimeoutException::MivoCallSlotTimeoutException() noexcept = default;
+MivoCallSlotTimeoutException::MivoCallSlotTimeoutException(
+    const MivoCallSlotTimeoutException&) noexcept = default;
 MivoCallSlotTimeoutException&
-MivoCallSlotTimeoutException::operator=(const MivoCallSlotTimeoutException&)
-    = default;
+MivoCallSlotTimeoutException::operator=(const MivoCallSlotTimeoutException&) noexcept = default;
 MivoCallSlotTimeoutException::~MivoCallSlotTimeoutException() noexcept = default;

@@ -12,9 +12,9 @@
 class MIVO_DATA_EXPORT MivoCallSlotTimeoutException : public std::exception
 {
 public:
-    MivoCallSlotTimeoutException();
-    MivoCallSlotTimeoutException(const MivoCallSlotTimeoutException& other);
-    MivoCallSlotTimeoutException& operator=(const MivoCallSlotTimeoutException& other);
+    MivoCallSlotTimeoutException() noexcept;
+    MivoCallSlotTimeoutException(const MivoCallSlotTimeoutException& other) noexcept;
+    MivoCallSlotTimeoutException& operator=(const MivoCallSlotTimeoutException& other) noexcept;
     ~MivoCallSlotTimeoutException() noexcept override;
 };
 

@@ -20,10 +20,16 @@ public:
     MivoPluginAction();
     MivoPluginAction(MivoPlugin* plugin, Member member, const QList<MivoArg>& arguments);
     MivoPluginAction(const MivoPluginAction& other);
+    /** Leaves @p other without plug-in, member and arguments. */
+    MivoPluginAction(MivoPluginAction&& other) noexcept;
     ~MivoPluginAction();
     MivoPluginAction& operator=(const MivoPluginAction& other);
+    MivoPluginAction& operator=(MivoPluginAction&& other) noexcept;
 
-    /** Same plug-in, same member and equal argument lists, element by element. */
+    /**
+     * Same plug-in, same member and equal argument lists, element by element. How deep actions are
+     * nested in each other's arguments does not matter.
+     */
     bool operator==(const MivoPluginAction& other) const;
     bool operator!=(const MivoPluginAction& other) const;
 
@@ -43,6 +49,8 @@ public:
     void operator()();
 
 private:
+    void swap(MivoPluginAction& other) noexcept;
+
     MivoPlugin* plugin;
     Member member;
     QList<MivoArg> arguments;

@@ -2,6 +2,8 @@
 
 #include "MivoDebug_p.h"
 
+#include <utility>
+
 MivoService::MivoService() = default;
 
 MivoService::MivoService(const QString& serviceName, const QString& serviceDisplayName,
@@ -14,8 +16,22 @@ MivoService::MivoService(const QString& serviceName, const QString& serviceDispl
 }
 
 MivoService::MivoService(const MivoService&) = default;
+
+MivoService::MivoService(MivoService&& other) noexcept
+    : MivoService()
+{
+    swap(other);
+}
+
 MivoService::~MivoService() = default;
 MivoService& MivoService::operator=(const MivoService&) = default;
+
+MivoService& MivoService::operator=(MivoService&& other) noexcept
+{
+    MivoService taken(std::move(other));
+    swap(taken);
+    return *this;
+}
 
 bool MivoService::operator==(const MivoService& other) const
 {
@@ -50,6 +66,14 @@ QString MivoService::getProtocol() const
 MivoPluginAction MivoService::getAction() const
 {
     return action;
+}
+
+void MivoService::swap(MivoService& other) noexcept
+{
+    name.swap(other.name);
+    displayName.swap(other.displayName);
+    protocol.swap(other.protocol);
+    std::swap(action, other.action);
 }
 
 QDebug operator<<(QDebug dbg, const MivoService& service)

@@ -19,8 +19,11 @@ public:
     MivoService(const QString& name, const QString& displayName, const QString& protocol,
                 const MivoPluginAction& action);
     MivoService(const MivoService& other);
+    /** Leaves @p other with empty strings and an action that is not valid. */
+    MivoService(MivoService&& other) noexcept;
     ~MivoService();
     MivoService& operator=(const MivoService& other);
+    MivoService& operator=(MivoService&& other) noexcept;
 
     /**
      * Whether name and protocol are equal: a service is identified by its name within its protocol.
@@ -38,6 +41,8 @@ public:
     MivoPluginAction getAction() const;
 
 private:
+    void swap(MivoService& other) noexcept;
+
     QString name;
     QString displayName;
     QString protocol;

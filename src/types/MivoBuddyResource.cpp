@@ -2,6 +2,8 @@
 
 #include "MivoBuddyResourceType.h"
 
+#include <utility>
+
 MivoBuddyResource::MivoBuddyResource()
     : type(nullptr)
 {
@@ -16,9 +18,23 @@ MivoBuddyResource::MivoBuddyResource(MivoBuddyResourceType* resourceType,
 
 MivoBuddyResource::MivoBuddyResource(const MivoBuddyResource& other) = default;
 
+MivoBuddyResource::MivoBuddyResource(MivoBuddyResource&& other) noexcept
+    : type(std::exchange(other.type, nullptr))
+    , presence(std::move(other.presence))
+{
+}
+
 MivoBuddyResource::~MivoBuddyResource() = default;
 
 MivoBuddyResource& MivoBuddyResource::operator=(const MivoBuddyResource& other) = default;
+
+MivoBuddyResource& MivoBuddyResource::operator=(MivoBuddyResource&& other) noexcept
+{
+    MivoBuddyResource taken(std::move(other));
+    std::swap(type, taken.type);
+    std::swap(presence, taken.presence);
+    return *this;
+}
 
 bool MivoBuddyResource::operator==(const MivoBuddyResource& other) const
 {

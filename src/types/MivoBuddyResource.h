@@ -18,8 +18,11 @@ public:
     MivoBuddyResource();
     MivoBuddyResource(MivoBuddyResourceType* type, const MivoPresence& presence);
     MivoBuddyResource(const MivoBuddyResource& other);
+    /** Leaves @p other invalid, with an invalid presence. */
+    MivoBuddyResource(MivoBuddyResource&& other) noexcept;
     ~MivoBuddyResource();
     MivoBuddyResource& operator=(const MivoBuddyResource& other);
+    MivoBuddyResource& operator=(MivoBuddyResource&& other) noexcept;
 
     /** Whether both are of the same resource type. The presences play no part, on purpose. */
     bool operator==(const MivoBuddyResource& other) const;

@@ -8,6 +8,7 @@
 #include <QtAlgorithms>
 
 #include <new>
+#include <utility>
 
 MivoBuddyTypePrivate::MivoBuddyTypePrivate()
     : ref(1)
@@ -46,6 +47,11 @@ MivoBuddyType::MivoBuddyType(const MivoBuddyType& other)
     tAtomicAttach(d);
 }
 
+MivoBuddyType::MivoBuddyType(MivoBuddyType&& other) noexcept
+    : d(std::exchange(other.d, nullptr))
+{
+}
+
 MivoBuddyType::~MivoBuddyType()
 {
     if (d && !d->ref.deref()) {
@@ -64,6 +70,13 @@ MivoBuddyType& MivoBuddyType::operator=(const MivoBuddyType& other)
         tAtomicAttach(d);
         tAtomicDetach(released);
     }
+    return *this;
+}
+
+MivoBuddyType& MivoBuddyType::operator=(MivoBuddyType&& other) noexcept
+{
+    MivoBuddyTypePrivate* const taken = std::exchange(other.d, nullptr);
+    tAtomicDetach(std::exchange(d, taken));
     return *this;
 }
 

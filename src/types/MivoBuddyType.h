@@ -31,9 +31,13 @@ public:
     /** A contact type without presences, subscriptions and fields; invalid when memory is short. */
     MivoBuddyType(const QString& id, const QString& display);
     MivoBuddyType(const MivoBuddyType& other);
+    /** Takes @p other's record, which leaves @p other invalid. */
+    MivoBuddyType(MivoBuddyType&& other) noexcept;
     ~MivoBuddyType();
     /** Shares @p other's record. A record that goes with it leaves its descriptors behind. */
     MivoBuddyType& operator=(const MivoBuddyType& other);
+    /** Takes @p other's record. A record that goes with it leaves its descriptors behind. */
+    MivoBuddyType& operator=(MivoBuddyType&& other) noexcept;
 
     bool isValid() const;
 

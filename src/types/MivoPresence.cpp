@@ -2,6 +2,8 @@
 
 #include "MivoPresenceType.h"
 
+#include <utility>
+
 MivoPresence::MivoPresence()
     : type(nullptr)
     , marker(false)
@@ -17,9 +19,22 @@ MivoPresence::MivoPresence(MivoPresenceType* presenceType, const QString& text)
 
 MivoPresence::MivoPresence(const MivoPresence& other) = default;
 
+MivoPresence::MivoPresence(MivoPresence&& other) noexcept
+    : MivoPresence()
+{
+    swap(other);
+}
+
 MivoPresence::~MivoPresence() = default;
 
 MivoPresence& MivoPresence::operator=(const MivoPresence& other) = default;
+
+MivoPresence& MivoPresence::operator=(MivoPresence&& other) noexcept
+{
+    MivoPresence taken(std::move(other));
+    swap(taken);
+    return *this;
+}
 
 bool MivoPresence::operator==(const MivoPresence& other) const
 {
@@ -64,4 +79,11 @@ MivoPresence::Flag MivoPresence::getFlag() const
 QString MivoPresence::getDescription() const
 {
     return description;
+}
+
+void MivoPresence::swap(MivoPresence& other) noexcept
+{
+    std::swap(type, other.type);
+    description.swap(other.description);
+    std::swap(marker, other.marker);
 }

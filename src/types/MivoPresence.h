@@ -32,8 +32,11 @@ public:
     MivoPresence();
     MivoPresence(MivoPresenceType* type, const QString& description);
     MivoPresence(const MivoPresence& other);
+    /** Leaves @p other invalid, with a null description. */
+    MivoPresence(MivoPresence&& other) noexcept;
     ~MivoPresence();
     MivoPresence& operator=(const MivoPresence& other);
+    MivoPresence& operator=(MivoPresence&& other) noexcept;
 
     /**
      * Whether both point at the same presence type and have equal descriptions and markers. Two
@@ -60,6 +63,9 @@ protected:
     QString description;
     /** False at first; copied and compared. What it means is up to the host's subclass. */
     bool marker;
+
+private:
+    void swap(MivoPresence& other) noexcept;
 };
 
 Q_DECLARE_TYPEINFO(MivoPresence, Q_MOVABLE_TYPE);

@@ -1,5 +1,7 @@
 #include "MivoSubscriptionType.h"
 
+#include <utility>
+
 MivoSubscriptionType::MivoSubscriptionType(const QString& displayName, const QString& identifier,
                                            unsigned int weight, const QString& iconName)
     : display(displayName)
@@ -11,9 +13,22 @@ MivoSubscriptionType::MivoSubscriptionType(const QString& displayName, const QSt
 
 MivoSubscriptionType::MivoSubscriptionType(const MivoSubscriptionType& other) = default;
 
+MivoSubscriptionType::MivoSubscriptionType(MivoSubscriptionType&& other) noexcept
+    : priority(0)
+{
+    swap(other);
+}
+
 MivoSubscriptionType::~MivoSubscriptionType() = default;
 
 MivoSubscriptionType& MivoSubscriptionType::operator=(const MivoSubscriptionType& other) = default;
+
+MivoSubscriptionType& MivoSubscriptionType::operator=(MivoSubscriptionType&& other) noexcept
+{
+    MivoSubscriptionType taken(std::move(other));
+    swap(taken);
+    return *this;
+}
 
 bool MivoSubscriptionType::isValid() const
 {
@@ -38,4 +53,12 @@ unsigned int MivoSubscriptionType::getPriority() const
 QString MivoSubscriptionType::getIcon() const
 {
     return icon;
+}
+
+void MivoSubscriptionType::swap(MivoSubscriptionType& other) noexcept
+{
+    display.swap(other.display);
+    id.swap(other.id);
+    std::swap(priority, other.priority);
+    icon.swap(other.icon);
 }

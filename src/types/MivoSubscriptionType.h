@@ -19,8 +19,11 @@ public:
     MivoSubscriptionType(const QString& display, const QString& id, unsigned int priority,
                          const QString& icon);
     MivoSubscriptionType(const MivoSubscriptionType& other);
+    /** Leaves @p other invalid, with null strings and priority 0. */
+    MivoSubscriptionType(MivoSubscriptionType&& other) noexcept;
     ~MivoSubscriptionType();
     MivoSubscriptionType& operator=(const MivoSubscriptionType& other);
+    MivoSubscriptionType& operator=(MivoSubscriptionType&& other) noexcept;
 
     /** Whether neither the id nor the display name is empty. */
     bool isValid() const;
@@ -33,6 +36,8 @@ public:
     QString getIcon() const;
 
 private:
+    void swap(MivoSubscriptionType& other) noexcept;
+
     QString display;
     QString id;
     quint32 priority;

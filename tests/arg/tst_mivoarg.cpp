@@ -253,6 +253,7 @@ private Q_SLOTS:
     void copiesShareOneRecord();
     void movedFromValueIsEmpty();
     void literalsAndPointersToConstDoNotConvert();
+    void nothingThatCanBeCalledConverts();
     void everyListedTypeConvertsImplicitly();
     void pluginThatPassesItselfIsAPlugin();
 
@@ -305,6 +306,11 @@ private Q_SLOTS:
     void listsOfMixedKindsCanBeEdited();
     void replacingAnElementOfAListAssigns();
     void overwritingAKeyOfAHashAssigns();
+    void removingAllThatAreEqualAssignsOnQt6();
+    void qualifiedSwapAssigns();
+
+    void equalityOfNestedActionsIsNotLimitedByTheStack_data();
+    void equalityOfNestedActionsIsNotLimitedByTheStack();
 };
 
 void tst_MivoArg::numberHasAName_data()
@@ -391,6 +397,30 @@ void tst_MivoArg::literalsAndPointersToConstDoNotConvert()
     static_assert(!std::is_constructible<MivoArg, std::nullptr_t>::value, "");
     static_assert(!std::is_convertible<const char*, MivoArg>::value, "");
     static_assert(!std::is_convertible<std::nullptr_t, MivoArg>::value, "");
+}
+
+void tst_MivoArg::nothingThatCanBeCalledConverts()
+{
+    using Function = int(const char*);
+    using Variadic = int(const char*, ...);
+    const auto lambda = [] {};
+    const auto variadic = [](int, ...) noexcept {};
+    auto changing = []() mutable {};
+    static_assert(!std::is_constructible<MivoArg, Function>::value, "");
+    static_assert(!std::is_constructible<MivoArg, Function*>::value, "");
+    static_assert(!std::is_constructible<MivoArg, void (*)() noexcept>::value, "");
+    static_assert(!std::is_constructible<MivoArg, Variadic>::value, "");
+    static_assert(!std::is_constructible<MivoArg, Variadic*>::value, "");
+    static_assert(!std::is_constructible<MivoArg, int (*)(...) noexcept>::value, "");
+    static_assert(!std::is_constructible<MivoArg, decltype(lambda)>::value, "");
+    static_assert(!std::is_constructible<MivoArg, decltype(variadic)>::value, "");
+    static_assert(!std::is_constructible<MivoArg, decltype(changing)>::value, "");
+    static_assert(!std::is_constructible<MivoArg, decltype(changing)&>::value, "");
+    static_assert(!std::is_constructible<MivoArg, decltype(&MivoPlugin::name)>::value, "");
+    static_assert(!std::is_convertible<decltype(lambda), MivoArg>::value, "");
+    // Classes that convert to bool themselves are not meant.
+    static_assert(std::is_constructible<MivoArg, std::true_type>::value, "");
+    QCOMPARE(MivoArg(std::true_type()).getType(), MivoArg::Bool);
 }
 
 void tst_MivoArg::everyListedTypeConvertsImplicitly()
@@ -1131,6 +1161,87 @@ void tst_MivoArg::overwritingAKeyOfAHashAssigns()
     QCOMPARE(errorOf([&] { hash.insert("key", QString("a")); }),
              QString("MivoArg: cannot convert MivoArg::String to MivoArg::Int"));
     QCOMPARE(hash.value("key").toInt(), 2);
+}
+
+void tst_MivoArg::removingAllThatAreEqualAssignsOnQt6()
+{
+    QList<MivoArg> list;
+    list << 1 << QString("two") << 1 << true;
+    const QString error = errorOf([&] { list.removeAll(1); });
+    if (QT_VERSION_MAJOR < 6) {
+        QVERIFY2(error.isNull(), qPrintable(error));
+        QCOMPARE(list.size(), 2);
+    } else {
+        QCOMPARE(error, QString("MivoArg: cannot convert MivoArg::String to MivoArg::Int"));
+    }
+
+    // What the header recommends instead.
+    list.clear();
+    list << 1 << QString("two") << 1 << true;
+    for (int i = int(list.size()) - 1; i >= 0; --i) {
+        if (list.at(i) == MivoArg(1))
+            list.removeAt(i);
+    }
+    QCOMPARE(list.size(), 2);
+    QCOMPARE(list.at(0).toString(), QString("two"));
+    QCOMPARE(list.at(1).toBool(), true);
+    list.removeAt(0);
+    list.insert(0, 4.0);
+    QCOMPARE(list.at(0).toDouble(), 4.0);
+    QHash<QString, MivoArg> hash;
+    hash.insert("key", 1);
+    hash.remove("key");
+    hash.insert("key", QString("a"));
+    QCOMPARE(hash.value("key").toString(), QString("a"));
+}
+
+void tst_MivoArg::qualifiedSwapAssigns()
+{
+    MivoArg number(1);
+    MivoArg text(QString("a"));
+    QCOMPARE(errorOf([&] { std::swap(number, text); }),
+             QString("MivoArg: cannot convert MivoArg::Int to MivoArg::String"));
+    QCOMPARE(number.toString(), QString("a"));
+    QCOMPARE(text.toString(), QString("a"));
+    MivoArg other(2);
+    qSwap(text, other);
+    QCOMPARE(text.toInt(), 2);
+}
+
+void tst_MivoArg::equalityOfNestedActionsIsNotLimitedByTheStack_data()
+{
+    QTest::addColumn<int>("innermost");
+    QTest::addColumn<bool>("equal");
+    QTest::newRow("equal") << 7 << true;
+    QTest::newRow("different at the bottom") << 8 << false;
+}
+
+void tst_MivoArg::equalityOfNestedActionsIsNotLimitedByTheStack()
+{
+    QFETCH(int, innermost);
+    QFETCH(bool, equal);
+    const auto nested = [](int number) {
+        MivoArg arg(number);
+        for (int i = 0; i < 200000; ++i) {
+            // Other arguments on both sides of the nested action.
+            MivoArg outer(MivoPluginAction(&pluginA, nullptr,
+                                           QList<MivoArg>() << i << arg << QString("after")));
+            swap(arg, outer);
+        }
+        return arg;
+    };
+    bool variantsAreEqual = !equal;
+    bool actionsAreEqual = !equal;
+    runInThread(
+        [&] {
+            const MivoArg a = nested(7);
+            const MivoArg b = nested(innermost);
+            variantsAreEqual = a == b;
+            actionsAreEqual = a.toPluginAction() == b.toPluginAction();
+        },
+        256 * 1024);
+    QCOMPARE(variantsAreEqual, equal);
+    QCOMPARE(actionsAreEqual, equal);
 }
 
 QTEST_GUILESS_MAIN(tst_MivoArg)

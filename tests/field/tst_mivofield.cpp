@@ -8,6 +8,8 @@
 
 #include <functional>
 #include <limits>
+#include <type_traits>
+#include <utility>
 
 #include <signal.h>
 #include <sys/resource.h>
@@ -90,7 +92,7 @@ public:
 
     bool event(QEvent* event) override
     {
-        if (event->type() != int(MivoCallActionEvent::EventType))
+        if (event->type() != MivoCallActionEvent::EventType)
             return QObject::event(event);
         const MivoCallActionEvent* const call = static_cast<MivoCallActionEvent*>(event);
         plugins << call->plugin;
@@ -137,7 +139,9 @@ class tst_MivoField : public QObject
 private Q_SLOTS:
     void theNumbersOfTheKindsAreFixed_data();
     void theNumbersOfTheKindsAreFixed();
+    void theNumberOfImagesCanBeReferredTo();
     void aDefaultConstructedFieldIsNull();
+    void aMovedFromFieldIsNull();
     void eachConstructorStoresItsArguments();
     void aNewFieldIsVisibleAndNothingElse();
     void unsetSlotsAreZero();
@@ -202,6 +206,41 @@ void tst_MivoField::theNumbersOfTheKindsAreFixed()
     QFETCH(int, type);
     QFETCH(int, number);
     QCOMPARE(type, number);
+}
+
+void tst_MivoField::theNumberOfImagesCanBeReferredTo()
+{
+    const MivoField::Type& number = MivoFieldPrivate::Image;
+    QCOMPARE(int(number), 13);
+    QCOMPARE(image("bytes").getType(), MivoFieldPrivate::Image);
+}
+
+void tst_MivoField::aMovedFromFieldIsNull()
+{
+    static_assert(std::is_nothrow_move_constructible<MivoField>::value, "");
+    static_assert(std::is_nothrow_move_assignable<MivoField>::value, "");
+    MivoField source = spinBox();
+    const MivoFieldPrivate* const record = recordOf(source);
+
+    MivoField target(std::move(source));
+    QVERIFY(source.isNull()); // NOLINT(bugprone-use-after-move)
+    QVERIFY(recordOf(target) == record);
+    MivoField assigned = checkBox(true);
+    const MivoField replaced = assigned;
+    assigned = std::move(target);
+    QVERIFY(target.isNull()); // NOLINT(bugprone-use-after-move)
+    QVERIFY(recordOf(assigned) == record);
+    QCOMPARE(handlesOf(assigned), 1);
+    QCOMPARE(handlesOf(replaced), 1);
+
+    MivoField copy = assigned;
+    assigned = std::move(copy); // of one record
+    QVERIFY(copy.isNull()); // NOLINT(bugprone-use-after-move)
+    QCOMPARE(handlesOf(assigned), 1);
+    MivoField& itself = assigned;
+    assigned = std::move(itself);
+    QVERIFY(recordOf(assigned) == record);
+    QCOMPARE(handlesOf(assigned), 1);
 }
 
 void tst_MivoField::aDefaultConstructedFieldIsNull()

@@ -38,7 +38,7 @@ public:
 
     bool event(QEvent* event) override
     {
-        if (int(event->type()) != MivoCallSlotEvent::EventType)
+        if (event->type() != MivoCallSlotEvent::EventType)
             return QThread::event(event);
         serve(static_cast<MivoCallSlotEvent*>(event));
         served.release();

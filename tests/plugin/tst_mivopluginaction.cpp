@@ -7,6 +7,7 @@
 #include <QtTest>
 
 #include <type_traits>
+#include <utility>
 
 namespace {
 
@@ -17,7 +18,7 @@ public:
     bool event(QEvent* event) override
     {
         types.append(event->type());
-        if (int(event->type()) != 1009)
+        if (event->type() != MivoCallActionEvent::EventType)
             return QObject::event(event);
         auto* const call = static_cast<MivoCallActionEvent*>(event);
         received.append(call->arguments);
@@ -60,10 +61,12 @@ private Q_SLOTS:
     void validNeedsAPluginAndAMember();
     void keepsItsArguments();
     void copiesShareTheArgumentsAndStayIndependent();
+    void movedFromActionIsEmpty();
 
     void equalWhenPluginMemberAndArgumentsAre_data();
     void equalWhenPluginMemberAndArgumentsAre();
     void sharedListsAreEqualWhateverTheyHold();
+    void nestedActionsAreComparedWherever();
 
     void actionThatIsNotValidPostsNothingAndLeavesTheList();
     void emptyListIsReplacedByTheStoredArguments();
@@ -208,6 +211,59 @@ void tst_MivoPluginAction::sharedListsAreEqualWhateverTheyHold()
     // Validity plays no part.
     QVERIFY(MivoPluginAction(nullptr, nullptr, list) == MivoPluginAction(nullptr, nullptr, list));
     QVERIFY(MivoPluginAction(nullptr, act(), list) != MivoPluginAction(nullptr, nullptr, list));
+}
+
+void tst_MivoPluginAction::movedFromActionIsEmpty()
+{
+    static_assert(std::is_nothrow_move_constructible<MivoPluginAction>::value, "");
+    static_assert(std::is_nothrow_move_assignable<MivoPluginAction>::value, "");
+    const auto isEmpty = [](const MivoPluginAction& action) {
+        return action == MivoPluginAction() && action.getActionData().isEmpty();
+    };
+    const MivoArg witness(5);
+    MivoPluginAction source(plugin.data(), act(), QList<MivoArg>() << witness);
+    const MivoPluginAction original(source);
+
+    MivoPluginAction target(std::move(source));
+    QVERIFY(isEmpty(source)); // NOLINT(bugprone-use-after-move)
+    QVERIFY(target == original);
+
+    MivoPluginAction assigned(otherPlugin.data(), otherAct(), QList<MivoArg>() << 1);
+    assigned = std::move(target);
+    QVERIFY(isEmpty(target)); // NOLINT(bugprone-use-after-move)
+    QVERIFY(assigned == original);
+
+    MivoPluginAction& itself = assigned;
+    assigned = std::move(itself);
+    QVERIFY(assigned == original);
+    assigned = MivoPluginAction();
+    QCOMPARE(handlesOf(witness), 2); // here and in the list that original holds
+}
+
+void tst_MivoPluginAction::nestedActionsAreComparedWherever()
+{
+    const auto outer = [this](int first, int second) {
+        QList<MivoArg> arguments;
+        for (const int number : {first, second})
+            arguments << MivoPluginAction(plugin.data(), act(), QList<MivoArg>() << number)
+                      << QString("between");
+        return MivoPluginAction(plugin.data(), act(), arguments);
+    };
+    QVERIFY(outer(1, 2) == outer(1, 2));
+    QVERIFY(outer(1, 2) != outer(3, 2));
+    QVERIFY(outer(1, 2) != outer(1, 3));
+
+    const MivoPluginAction inner(plugin.data(), act(), QList<MivoArg>() << qQNaN());
+    const MivoPluginAction otherInner(plugin.data(), otherAct(), inner.getActionData());
+    const auto holding = [this](const MivoArg& argument) {
+        return MivoPluginAction(plugin.data(), act(), QList<MivoArg>() << argument);
+    };
+    QVERIFY(holding(inner) == holding(inner)); // one list, although a NaN is in it
+    QVERIFY(holding(inner) != holding(otherInner));
+    QVERIFY(holding(inner) != holding(1));
+    QVERIFY(holding(1) != holding(inner));
+    QVERIFY(holding(inner) != holding(MivoArg()));
+    QVERIFY(holding(MivoPluginAction()) == holding(MivoPluginAction()));
 }
 
 void tst_MivoPluginAction::actionThatIsNotValidPostsNothingAndLeavesTheList()

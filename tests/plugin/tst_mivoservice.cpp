@@ -5,6 +5,9 @@
 
 #include <QtTest>
 
+#include <type_traits>
+#include <utility>
+
 namespace {
 
 class TestPlugin : public MivoPlugin
@@ -31,6 +34,7 @@ private Q_SLOTS:
     void theNameAloneMakesAServiceValid();
     void nameAndProtocolAloneIdentifyAService();
     void copiesAreIndependent();
+    void aMovedFromServiceIsEmpty();
     void itIsAPlainValue();
     void fieldsStandInTheAgreedOrder();
     void thePrintShowsNameAndProtocolAndOneBlank();
@@ -87,6 +91,33 @@ void MivoServiceTest::copiesAreIndependent()
     copy = MivoService("m", "e", "q", MivoPluginAction());
     QCOMPARE(copy.getName(), QString("m"));
     QCOMPARE(service.getName(), QString("n"));
+}
+
+void MivoServiceTest::aMovedFromServiceIsEmpty()
+{
+    static_assert(std::is_nothrow_move_constructible<MivoService>::value, "");
+    static_assert(std::is_nothrow_move_assignable<MivoService>::value, "");
+    TestPlugin plugin;
+    const MivoPluginAction action = actionOf(plugin);
+    const auto isEmpty = [](const MivoService& service) {
+        return service.getName().isNull() && service.getDisplayName().isNull()
+            && service.getProtocol().isNull() && service.getAction() == MivoPluginAction();
+    };
+    const auto isWhole = [&action](const MivoService& service) {
+        return service.getName() == "n" && service.getDisplayName() == "d"
+            && service.getProtocol() == "p" && service.getAction() == action;
+    };
+    MivoService source("n", "d", "p", action);
+    MivoService target(std::move(source));
+    QVERIFY(isEmpty(source)); // NOLINT(bugprone-use-after-move)
+    QVERIFY(isWhole(target));
+    MivoService assigned("a", "b", "c", MivoPluginAction());
+    assigned = std::move(target);
+    QVERIFY(isEmpty(target)); // NOLINT(bugprone-use-after-move)
+    QVERIFY(isWhole(assigned));
+    MivoService& itself = assigned;
+    assigned = std::move(itself);
+    QVERIFY(isWhole(assigned));
 }
 
 void MivoServiceTest::itIsAPlainValue()

@@ -658,7 +658,8 @@ void tst_MivoWait::timeoutExceptionAddsNothingToItsBase()
     static_assert(std::is_base_of<std::exception, MivoCallSlotTimeoutException>::value, "");
     static_assert(sizeof(MivoCallSlotTimeoutException) == sizeof(std::exception), "");
     static_assert(std::is_nothrow_destructible<MivoCallSlotTimeoutException>::value, "");
-    static_assert(std::is_copy_constructible<MivoCallSlotTimeoutException>::value, "");
+    static_assert(std::is_nothrow_copy_constructible<MivoCallSlotTimeoutException>::value, "");
+    static_assert(std::is_nothrow_copy_assignable<MivoCallSlotTimeoutException>::value, "");
     try {
         throw MivoCallSlotTimeoutException();
     } catch (const std::exception& error) {

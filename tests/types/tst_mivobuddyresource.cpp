@@ -4,6 +4,9 @@
 
 #include <QtTest>
 
+#include <type_traits>
+#include <utility>
+
 class tst_MivoBuddyResource : public QObject
 {
     Q_OBJECT
@@ -16,6 +19,7 @@ private Q_SLOTS:
     void withoutAPresenceThePriorityIsZero();
     void equalityAsksTheTypeAlone();
     void assignmentCopiesTypeAndPresence();
+    void aMovedFromResourceIsEmpty();
 };
 
 void tst_MivoBuddyResource::aResourceTypeKeepsNameAndIcon()
@@ -85,6 +89,32 @@ void tst_MivoBuddyResource::assignmentCopiesTypeAndPresence()
     resource = MivoBuddyResource(&phone, MivoPresence(nullptr, "x"));
     QCOMPARE(resource.getName(), QString("Phone"));
     QCOMPARE(resource.getPresence().getDescription(), QString("x"));
+}
+
+void tst_MivoBuddyResource::aMovedFromResourceIsEmpty()
+{
+    static_assert(std::is_nothrow_move_constructible<MivoBuddyResource>::value, "");
+    static_assert(std::is_nothrow_move_assignable<MivoBuddyResource>::value, "");
+    const auto isEmpty = [](const MivoBuddyResource& resource) {
+        return !resource.isValid() && resource.getPresence() == MivoPresence();
+    };
+    MivoBuddyResourceType phone("Phone", "phone.png");
+    MivoPresenceType online;
+    const MivoPresence presence(&online, "x");
+    const auto isWhole = [&presence](const MivoBuddyResource& resource) {
+        return resource.getName() == "Phone" && resource.getPresence() == presence;
+    };
+    MivoBuddyResource source(&phone, presence);
+    MivoBuddyResource target(std::move(source));
+    QVERIFY(isEmpty(source)); // NOLINT(bugprone-use-after-move)
+    QVERIFY(isWhole(target));
+    MivoBuddyResource assigned(nullptr, MivoPresence(nullptr, "y"));
+    assigned = std::move(target);
+    QVERIFY(isEmpty(target)); // NOLINT(bugprone-use-after-move)
+    QVERIFY(isWhole(assigned));
+    MivoBuddyResource& itself = assigned;
+    assigned = std::move(itself);
+    QVERIFY(isWhole(assigned));
 }
 
 QTEST_GUILESS_MAIN(tst_MivoBuddyResource)

@@ -10,6 +10,8 @@
 #include <QtTest>
 
 #include <new>
+#include <type_traits>
+#include <utility>
 
 namespace {
 
@@ -73,6 +75,8 @@ private Q_SLOTS:
     void copiesShareOneRecord();
     void assignmentSharesTheOthersRecord();
     void assigningWithinOneRecordChangesNothing();
+    void aMovedFromTypeIsInvalid();
+    void movingOverTheLastHandleLeavesTheDescriptors();
     void destroyingTheLastHandleDeletesTheDescriptors();
     void assigningOverTheLastHandleLeavesTheDescriptors();
     void theFieldsAreAnsweredInTheirOrder();
@@ -164,6 +168,47 @@ void tst_MivoBuddyType::assigningWithinOneRecordChangesNothing()
     const MivoBuddyType& itself = type;
     type = itself;
     QCOMPARE(handlesOf(type), 2);
+}
+
+void tst_MivoBuddyType::aMovedFromTypeIsInvalid()
+{
+    static_assert(std::is_nothrow_move_constructible<MivoBuddyType>::value, "");
+    static_assert(std::is_nothrow_move_assignable<MivoBuddyType>::value, "");
+    MivoBuddyType source("jabber", "Jabber");
+    const MivoBuddyTypePrivate* const record = MivoBuddyTypePrivate::get(source);
+
+    MivoBuddyType target(std::move(source));
+    QVERIFY(!source.isValid()); // NOLINT(bugprone-use-after-move)
+    QCOMPARE(MivoBuddyTypePrivate::get(target), record);
+    MivoBuddyType assigned("icq", "ICQ");
+    assigned = std::move(target);
+    QVERIFY(!target.isValid()); // NOLINT(bugprone-use-after-move)
+    QCOMPARE(MivoBuddyTypePrivate::get(assigned), record);
+    QCOMPARE(handlesOf(assigned), 1);
+
+    MivoBuddyType copy(assigned);
+    assigned = std::move(copy); // of one record
+    QVERIFY(!copy.isValid()); // NOLINT(bugprone-use-after-move)
+    QCOMPARE(handlesOf(assigned), 1);
+    MivoBuddyType& itself = assigned;
+    assigned = std::move(itself);
+    QCOMPARE(assigned.getId(), QString("jabber"));
+    QCOMPARE(handlesOf(assigned), 1);
+}
+
+void tst_MivoBuddyType::movingOverTheLastHandleLeavesTheDescriptors()
+{
+    const Witness presence;
+    const Witness subscription;
+    MivoBuddyType type = makeType(presence, subscription);
+    const QHash<QString, MivoPresenceType*> presences = MivoBuddyTypePrivate::get(type)->presences;
+    const QList<MivoSubscriptionType*> subscriptions
+        = MivoBuddyTypePrivate::get(type)->subscriptions;
+    type = MivoBuddyType();
+    QVERIFY(presence.isUsed());
+    QVERIFY(subscription.isUsed());
+    qDeleteAll(presences);
+    qDeleteAll(subscriptions);
 }
 
 void tst_MivoBuddyType::destroyingTheLastHandleDeletesTheDescriptors()

@@ -6,6 +6,7 @@
 #include <QtTest>
 
 #include <type_traits>
+#include <utility>
 
 namespace {
 
@@ -42,6 +43,7 @@ private Q_SLOTS:
     void itAnswersWhatItsTypeSays();
     void copiesPointAtTheSameType();
     void assignmentCopiesAllThreeFields();
+    void aMovedFromPresenceIsEmpty();
     void equalityAsksTypeDescriptionAndMarker();
     void twoTypesOfEqualContentsDiffer();
     void everyNumberIsAFlag_data();
@@ -105,6 +107,30 @@ void tst_MivoPresence::assignmentCopiesAllThreeFields()
     QCOMPARE(target.getId(), QString("away"));
     QCOMPARE(target.getDescription(), QString("x"));
     QVERIFY(MarkedPresence(target).isMarked());
+}
+
+void tst_MivoPresence::aMovedFromPresenceIsEmpty()
+{
+    static_assert(std::is_nothrow_move_constructible<MivoPresence>::value, "");
+    static_assert(std::is_nothrow_move_assignable<MivoPresence>::value, "");
+    const auto isEmpty = [](const MarkedPresence& presence) {
+        return !presence.isValid() && presence.getDescription().isNull() && !presence.isMarked();
+    };
+    MivoPresenceType type = makeType();
+    MarkedPresence source(&type, "at lunch", true);
+    const MarkedPresence original(source);
+
+    MarkedPresence target(std::move(source));
+    QVERIFY(isEmpty(source)); // NOLINT(bugprone-use-after-move)
+    QVERIFY(target == original);
+    MarkedPresence assigned(nullptr, "other", false);
+    assigned = std::move(target);
+    QVERIFY(isEmpty(target)); // NOLINT(bugprone-use-after-move)
+    QVERIFY(assigned == original);
+    QVERIFY(assigned.isMarked());
+    MarkedPresence& itself = assigned;
+    assigned = std::move(itself);
+    QVERIFY(assigned == original);
 }
 
 void tst_MivoPresence::equalityAsksTypeDescriptionAndMarker()

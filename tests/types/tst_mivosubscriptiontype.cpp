@@ -2,6 +2,9 @@
 
 #include <QtTest>
 
+#include <type_traits>
+#include <utility>
+
 class tst_MivoSubscriptionType : public QObject
 {
     Q_OBJECT
@@ -9,6 +12,7 @@ class tst_MivoSubscriptionType : public QObject
 private Q_SLOTS:
     void theDisplayNameComesBeforeTheId();
     void copiesAreIndependent();
+    void aMovedFromTypeIsEmpty();
     void bothIdAndDisplayNameAreNeededToBeValid_data();
     void bothIdAndDisplayNameAreNeededToBeValid();
 };
@@ -35,6 +39,31 @@ void tst_MivoSubscriptionType::copiesAreIndependent()
     QCOMPARE(type.getId(), QString("none"));
     QCOMPARE(type.getPriority(), 1U);
     QCOMPARE(type.getIcon(), QString("none.png"));
+}
+
+void tst_MivoSubscriptionType::aMovedFromTypeIsEmpty()
+{
+    static_assert(std::is_nothrow_move_constructible<MivoSubscriptionType>::value, "");
+    static_assert(std::is_nothrow_move_assignable<MivoSubscriptionType>::value, "");
+    const auto isEmpty = [](const MivoSubscriptionType& type) {
+        return type.getDisplay().isNull() && type.getId().isNull() && type.getPriority() == 0
+            && type.getIcon().isNull();
+    };
+    const auto isWhole = [](const MivoSubscriptionType& type) {
+        return type.getDisplay() == "Both ways" && type.getId() == "both" && type.getPriority() == 2
+            && type.getIcon() == "both.png";
+    };
+    MivoSubscriptionType source("Both ways", "both", 2, "both.png");
+    MivoSubscriptionType target(std::move(source));
+    QVERIFY(isEmpty(source)); // NOLINT(bugprone-use-after-move)
+    QVERIFY(isWhole(target));
+    MivoSubscriptionType assigned("None", "none", 1, "none.png");
+    assigned = std::move(target);
+    QVERIFY(isEmpty(target)); // NOLINT(bugprone-use-after-move)
+    QVERIFY(isWhole(assigned));
+    MivoSubscriptionType& itself = assigned;
+    assigned = std::move(itself);
+    QVERIFY(isWhole(assigned));
 }
 
 void tst_MivoSubscriptionType::bothIdAndDisplayNameAreNeededToBeValid_data()
