@@ -131,4 +131,21 @@ step_companions() {
     build_consumer "$work/consumer_on_companions" "$beside;$companions"
 }
 
+# The library on host headers of a messenger's own, which come before those of the plain host and raise
+# no warning, whatever compiler looks at them.
+step_own_host() {
+    local compiler build=$work/build_on_own_host
+    for compiler in c++ clang++; do
+        rm -rf "$build"
+        configure "$build" -DCMAKE_CXX_COMPILER="$compiler" -DCMAKE_BUILD_TYPE=Debug \
+            -DMIVO_BUILD_TESTS=OFF -DMIVO_BUILD_EXAMPLES=OFF \
+            -DMIVO_HOST_INCLUDE_DIR="$source_dir/tests/install/own_host"
+        cmake --build "$build" --target \
+            src/CMakeFiles/mivo_data.dir/{arg/MivoArg,plugin/MivoTimer,plugin/MivoWait}.cpp.o
+        grep -q own_host/MivoVideoClip.h \
+            <(ninja -C "$build" -t deps src/CMakeFiles/mivo_data.dir/arg/MivoArg.cpp.o) \
+            || fail "$compiler did not see the messenger's own headers first"
+    done
+}
+
 "step_$step"

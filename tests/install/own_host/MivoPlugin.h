@@ -1,0 +1,1 @@
+#error "The library does not need to know what a plug-in is."
