@@ -30,6 +30,8 @@ namespace {
 const char printsAResource[] = "--print-a-resource";
 const char printsAListWithAResource[] = "--print-a-list-with-a-resource";
 
+// What is printed lives as long as the program.
+// clazy:excludeall=non-pod-global-static
 TestPlugin plugin;
 MivoAccountConnection account("a", "A");
 MivoGuiEventsReceiver receiver;

@@ -64,6 +64,7 @@ void runInFourThreads(Piece piece)
 {
     std::atomic<int> ready{0};
     std::vector<std::thread> threads;
+    threads.reserve(threadCount);
     for (int number = 0; number < threadCount; ++number) {
         threads.emplace_back([&ready, &piece, number] {
             ++ready;

@@ -6,12 +6,12 @@
 
 #include <QtTest>
 
+#include <csignal>
 #include <functional>
 #include <limits>
 #include <type_traits>
 #include <utility>
 
-#include <signal.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -452,7 +452,7 @@ void tst_MivoField::settersDetach_data()
     QTest::addColumn<Change>("check");
 
 #define ROW(field, setter, getter, same, other)                                                    \
-    QTest::newRow(#setter) << field << Change([](MivoField& f) { f.setter(same); })                \
+    QTest::newRow(#setter) << (field) << Change([](MivoField& f) { f.setter(same); })              \
                            << Change([](MivoField& f) { f.setter(other); })                        \
                            << Change([](MivoField& f) { QCOMPARE(f.getter(), other); })
     ROW(lineEdit(), setLabel, getLabel, QString("label"), QString("other"));

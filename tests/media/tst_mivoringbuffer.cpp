@@ -207,7 +207,7 @@ void tst_MivoRingBuffer::waitsForEveryBuffer()
     QVERIFY(waiter.blocks());
     last->release();
     QVERIFY(waiter.ends());
-    QCOMPARE(turn(ring, 1).first(), first); // nothing but waited
+    QCOMPARE(turn(ring, 1).constFirst(), first); // nothing but waited
 }
 
 void tst_MivoRingBuffer::waitsForBuffersThatAreHandedOutBeforeRemoving()
@@ -287,7 +287,7 @@ void tst_MivoRingBuffer::appendsToWhatIsThereAndTurnsOverTheFirst()
         QCOMPARE(allocations::liveArrays.load(), before + first + second);
 
         for (int i = 0; i < 2 * second + 1; ++i) {
-            MivoBuffer* buffer = turn(ring, 1).first();
+            MivoBuffer* buffer = turn(ring, 1).constFirst();
             QCOMPARE(buffer->getId(), firstId + i % second);
             QCOMPARE(buffer->getSize(), i % second < first ? 10L : 20L);
         }
@@ -298,9 +298,9 @@ void tst_MivoRingBuffer::appendsToWhatIsThereAndTurnsOverTheFirst()
 void tst_MivoRingBuffer::startsAnewWhenBuffersAreCreated()
 {
     MivoRingBuffer ring(3, 10);
-    MivoBuffer* first = turn(ring, 2).first();
+    MivoBuffer* first = turn(ring, 2).constFirst();
     ring.create(3, 10);
-    QCOMPARE(turn(ring, 1).first(), first);
+    QCOMPARE(turn(ring, 1).constFirst(), first);
 }
 
 void tst_MivoRingBuffer::keepsItsBuffersWhenResizedToTheSame()
@@ -341,7 +341,7 @@ void tst_MivoRingBuffer::replacesItsBuffersWhenResized()
         QCOMPARE(ring.getSize(), size);
         QCOMPARE(allocations::liveArrays.load(), before + count);
         for (int i = 0; i < 2 * count; ++i) {
-            MivoBuffer* buffer = turn(ring, 1).first();
+            MivoBuffer* buffer = turn(ring, 1).constFirst();
             QCOMPARE(buffer->getId(), firstId + i % count);
             QCOMPARE(buffer->getSize(), long(size));
         }
@@ -358,7 +358,7 @@ void tst_MivoRingBuffer::waitsForHandedOutBuffersWhenResized()
     QCOMPARE(used->getSize(), 10L);
     used->release();
     QVERIFY(producer.ends());
-    QCOMPARE(turn(ring, 1).first()->getSize(), 20L);
+    QCOMPARE(turn(ring, 1).constFirst()->getSize(), 20L);
 }
 
 void tst_MivoRingBuffer::stillTakesItsNumbersForTrueAfterRemoving()
@@ -421,7 +421,7 @@ void tst_MivoRingBuffer::isEmptyAfterAFailedResize()
 
     ring.resize(3, 10); // its former extent is as good as any other
     QCOMPARE(allocations::liveArrays.load(), before + 3);
-    QCOMPARE(turn(ring, 4).last()->getSize(), 10L);
+    QCOMPARE(turn(ring, 4).constLast()->getSize(), 10L);
 }
 
 void tst_MivoRingBuffer::assertsOrAnswersNullWithoutBuffers_data()
@@ -447,7 +447,7 @@ void tst_MivoRingBuffer::assertsOrAnswersNullWithoutBuffers()
         ring.remove();
         const bool null = !ring.getBuffer() && !ring.getBuffer();
         ring.create(1, 10);
-        return null && turn(ring, 1).first();
+        return null && turn(ring, 1).constFirst();
     });
     QCOMPARE(int(outcome), int(misuseOutcome));
 }

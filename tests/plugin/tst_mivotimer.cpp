@@ -46,7 +46,7 @@ public:
     }
 
     /** Waits for @p more ticks from now on. */
-    bool wait(int more)
+    bool wait(int more) const
     {
         const int wanted = count + more;
         return QTest::qWaitFor([&] { return count >= wanted; }, testBoundMs);

@@ -247,7 +247,7 @@ void tst_MivoWait::wakeUpWakesAllWaiters()
     QVERIFY(!threads.front()->wait(50));
     wait.wakeUp();
     for (const auto& thread : threads)
-        QVERIFY(thread->wait(2 * testBoundMs));
+        QVERIFY(thread->wait(2UL * testBoundMs));
     QCOMPARE(woken.load(), 3);
 }
 
@@ -627,7 +627,7 @@ void tst_MivoWait::callsFromManyThreadsAreAnsweredEachWithItsOwn()
         callers.back()->start();
     }
     for (const auto& caller : callers)
-        QVERIFY(caller->wait(3 * testBoundMs));
+        QVERIFY(caller->wait(3UL * testBoundMs));
     QCOMPARE(wrong.load(), 0);
     QCOMPARE(serving.served.load(), 4 * callsPerThread);
 }

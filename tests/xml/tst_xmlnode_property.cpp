@@ -258,6 +258,7 @@ void tst_XmlNodeProperty::movingElementsAboutMatchesAModel()
         std::vector<std::vector<int>> children(count);
         std::vector<int> parents(count, -1);
         std::vector<MivoXmlNode> handles;
+        handles.reserve(size_t(count));
         for (int i = 0; i < count; ++i)
             handles.push_back(MivoXmlNode(QString("e%1").arg(i)));
         const std::function<QByteArray(int)> model = [&](int element) {
