@@ -9,7 +9,7 @@ set(CMAKE_POSITION_INDEPENDENT_CODE ON)
 set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
 set(CMAKE_LIBRARY_OUTPUT_DIRECTORY "${PROJECT_BINARY_DIR}/lib")
 set(CMAKE_RUNTIME_OUTPUT_DIRECTORY "${PROJECT_BINARY_DIR}/bin")
-if(NOT CMAKE_BUILD_TYPE AND NOT CMAKE_CONFIGURATION_TYPES)
+if(PROJECT_IS_TOP_LEVEL AND NOT CMAKE_BUILD_TYPE AND NOT CMAKE_CONFIGURATION_TYPES)
     set(CMAKE_BUILD_TYPE Release CACHE STRING "Kind of build" FORCE)
 endif()
 
@@ -21,7 +21,7 @@ set(CMAKE_INSTALL_RPATH "$ORIGIN" "$ORIGIN/${mivo_bin_to_lib}")
 add_library(mivo_rules INTERFACE)
 target_compile_options(mivo_rules INTERFACE
     -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor -Woverloaded-virtual -Wcast-qual
-    -Wformat=2 -Wundef -Wvla -Werror)
+    -Wformat=2 -Wundef -Wvla $<$<BOOL:${MIVO_WARNINGS_AS_ERRORS}>:-Werror>)
 if(CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
     # Qt's own test macros leave variable arguments out.
     target_compile_options(mivo_rules INTERFACE -Wno-gnu-zero-variadic-macro-arguments)
