@@ -20,6 +20,11 @@ pkg_config() {
     PKG_CONFIG_PATH=$moved/lib/pkgconfig pkg-config "$@"
 }
 
+# read_flags OPTION... MODULE: into the array flags. What pkg-config writes is quoted for a shell.
+read_flags() {
+    eval "flags=($(pkg_config "$@"))"
+}
+
 # configure FOLDER OPTION...: a build of the project.
 configure() {
     local folder=$1
@@ -55,11 +60,12 @@ step_library() {
 
 # Every header of the project is installed and compiles alone, without a warning.
 step_headers() {
-    local header flags
+    local header flags=()
     diff <(find "$source_dir"/{companion,src,host} -name '*.h' -printf '%f\n' | sort) \
         <(cd "$moved/include/mivo" && printf '%s\n' *.h | sort) \
         || fail "the installed headers are not those of the project"
-    read -ra flags < <(pkg_config --cflags mivo_host | sed 's| -I/usr| -isystem /usr|g')
+    read_flags --cflags mivo_host
+    flags=("${flags[@]/#-I\/usr/-isystem/usr}")
     for header in "$moved"/include/mivo/*.h; do
         c++ -std=c++17 -fsyntax-only -Wall -Wextra -Wpedantic -Wshadow -Werror "${flags[@]}" \
             -x c++ - <<<"#include <${header##*/}>" || fail "${header##*/} does not compile alone"
@@ -101,14 +107,64 @@ step_cmake() {
             -DMIVO_COMPONENTS=Nonsense &>"$work/refused.log"; then
         fail "a component that does not exist was found"
     fi
+    grep -qF "component Nonsense is not installed" "$work/refused.log" \
+        || fail "the missing component is not named: $(<"$work/refused.log")"
 }
 
 step_pkgconfig() {
-    local flags
-    read -ra flags < <(pkg_config --cflags --libs mivo_host)
+    local flags=()
+    read_flags --cflags --libs mivo_host
     c++ -std=c++17 -Wall -Wextra "$consumer/main.cpp" "${flags[@]}" \
-        -Wl,-rpath,"$(pkg_config --variable=libdir mivo_host)" -o "$work/consumer_pkgconfig"
+        -Wl,-rpath,"$moved/lib" -o "$work/consumer_pkgconfig"
     run_consumer "$work/consumer_pkgconfig"
+}
+
+# The examples are plug-ins like anybody's: a copy of them builds outside, where mivo-host runs it.
+step_examples() {
+    local copy=$work/examples
+    rm -rf "$copy"
+    mkdir "$copy"
+    cp -r "$source_dir/examples/plugins" "$copy"
+    cat >"$copy/CMakeLists.txt" <<'TEXT'
+cmake_minimum_required(VERSION 3.16)
+project(Copy LANGUAGES CXX)
+find_package(MivoData REQUIRED COMPONENTS Host)
+file(GLOB folders plugins/*/CMakeLists.txt)
+foreach(folder IN LISTS folders)
+    get_filename_component(folder "${folder}" DIRECTORY)
+    add_subdirectory("${folder}")
+endforeach()
+TEXT
+    cmake -G Ninja -S "$copy" -B "$copy/build" -DCMAKE_PREFIX_PATH="$moved"
+    cmake --build "$copy/build"
+    "$moved/bin/mivo-host" call "$copy/build/plugins/echo/echo.so" sum int:40 int:2 \
+        | grep -F 'MivoArg(Int: 42)' || fail "the copied plug-in gave another sum"
+}
+
+# Inside another project: its kind of build stays its own, nothing is built that it has not asked for,
+# and what it asks for wrongly is an error.
+step_subproject() {
+    local parent=$work/parent
+    rm -rf "$parent"
+    mkdir "$parent"
+    cat >"$parent/CMakeLists.txt" <<'TEXT'
+cmake_minimum_required(VERSION 3.25)
+project(Parent LANGUAGES CXX)
+add_subdirectory("${MIVO_SOURCE}" mivo)
+if(TARGET mivo-host OR TARGET echo OR TARGET tst_mivoarg)
+    message(FATAL_ERROR "there is more than the libraries")
+endif()
+TEXT
+    local options=(-G Ninja -S "$parent" -B "$parent/build" -DMIVO_SOURCE="$source_dir"
+        -DMIVO_QT_MAJOR="$qt" -DCMAKE_DISABLE_FIND_PACKAGE_PNG=ON)
+    cmake "${options[@]}"
+    grep -q '^CMAKE_BUILD_TYPE:STRING=$' "$parent/build/CMakeCache.txt" \
+        || fail "the kind of the parent's build was changed"
+    if cmake "${options[@]}" -DMIVO_HOST_INCLUDE_DIR=/nope &>"$work/refused.log"; then
+        fail "host headers in a folder that does not exist were taken"
+    fi
+    grep -qF 'MIVO_HOST_INCLUDE_DIR is "/nope"' "$work/refused.log" \
+        || fail "the folder without host headers is not named: $(<"$work/refused.log")"
 }
 
 # The library on companions that were installed beforehand into a prefix of their own: it passes its
