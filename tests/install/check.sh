@@ -190,8 +190,9 @@ step_companions() {
 # The library on host headers of a messenger's own, which come before those of the plain host and raise
 # no warning, whatever compiler looks at them.
 step_own_host() {
-    local compiler build=$work/build_on_own_host
-    for compiler in c++ clang++; do
+    local compiler build=$work/build_on_own_host compilers=(c++)
+    ! command -v clang++ >/dev/null || compilers+=(clang++)
+    for compiler in "${compilers[@]}"; do
         rm -rf "$build"
         configure "$build" -DCMAKE_CXX_COMPILER="$compiler" -DCMAKE_BUILD_TYPE=Debug \
             -DMIVO_BUILD_TESTS=OFF -DMIVO_BUILD_EXAMPLES=OFF \
