@@ -6,14 +6,26 @@ endif()
 
 set(mivo_qt_modules Core Xml)
 set(mivo_qt_test_modules)
-if(MIVO_BUILD_TESTS)
+if(MIVO_BUILD_TESTS AND MIVO_QT_MAJOR GREATER 4) # there are none with Qt 4
     set(mivo_qt_test_modules Test)
 endif()
 
 if(MIVO_QT_MAJOR EQUAL 4)
     list(TRANSFORM mivo_qt_modules PREPEND Qt)
-    list(TRANSFORM mivo_qt_test_modules PREPEND Qt)
-    find_package(Qt4 4.8 REQUIRED COMPONENTS ${mivo_qt_modules} ${mivo_qt_test_modules})
+    # FindQt4 goes by the first qmake there is, which may be that of another Qt.
+    find_program(QT_QMAKE_EXECUTABLE NAMES qmake qmake4 qmake-qt4)
+    set(mivo_qmake "${QT_QMAKE_EXECUTABLE}")
+    set(mivo_qmake_version)
+    if(mivo_qmake)
+        execute_process(COMMAND "${mivo_qmake}" -query QT_VERSION
+            OUTPUT_VARIABLE mivo_qmake_version OUTPUT_STRIP_TRAILING_WHITESPACE ERROR_QUIET)
+    endif()
+    if(NOT mivo_qmake_version MATCHES "^4\\.8\\.")
+        unset(QT_QMAKE_EXECUTABLE CACHE) # to be looked for again in the folder that is named
+        message(FATAL_ERROR "MIVO_QT_MAJOR is 4; found \"${mivo_qmake}\", the qmake of Qt \"${mivo_qmake_version}\"; "
+            "name the folder that holds bin/qmake of Qt 4.8 by -DCMAKE_PREFIX_PATH=FOLDER.")
+    endif()
+    find_package(Qt4 4.8 REQUIRED COMPONENTS ${mivo_qt_modules})
     set(mivo_qt_prefix Qt4::Qt)
     set(mivo_qt_version ${QT_VERSION_MAJOR}.${QT_VERSION_MINOR})
 else()

@@ -16,6 +16,8 @@ endif()
 # An installed program or library finds its neighbours by itself, also after the prefix has moved.
 file(RELATIVE_PATH mivo_bin_to_lib "/${CMAKE_INSTALL_BINDIR}" "/${CMAKE_INSTALL_LIBDIR}")
 set(CMAKE_INSTALL_RPATH "$ORIGIN" "$ORIGIN/${mivo_bin_to_lib}")
+# What lies outside the system's folders, Qt or companion libraries, is looked for where it was.
+set(CMAKE_INSTALL_RPATH_USE_LINK_PATH ON)
 
 # The rules for the project's own code; never part of what an installed target hands on.
 add_library(mivo_rules INTERFACE)

@@ -1,11 +1,14 @@
 #include "MivoDispatcher.h"
 
 #include "MivoCallActionEvent.h"
-#include "MivoHostLog.h"
 #include "MivoPlugin.h"
+#include "MivoPluginCall_p.h"
+
+#include <QMutexLocker>
 
 MivoDispatcher::MivoDispatcher(QObject* parent)
     : QObject(parent)
+    , served(nullptr)
 {
 }
 
@@ -17,15 +20,43 @@ bool MivoDispatcher::event(QEvent* event)
         return QObject::event(event);
 
     MivoCallActionEvent* const call = static_cast<MivoCallActionEvent*>(event);
-    // Called through copies: GCC 12's undefined-behaviour sanitizer miscompiles the direct form.
     MivoPlugin* const plugin = call->plugin;
-    const MivoPluginAction::Member member = call->member;
-    try {
-        (plugin->*member)(call->arguments);
-    } catch (...) {
-        MivoHostLog::write(plugin->name() + QLatin1String(": an action failed: ")
-                           + MivoHostLog::currentException());
+    if (hasGone(plugin)) {
+        MivoHostLog::write(QString::fromLatin1("an action is dropped: its plug-in has gone"));
+        return true;
     }
-    Q_EMIT delivered(plugin);
+    const auto name = [this, plugin] {
+        return hasGone(plugin) ? QString::fromLatin1("a plug-in that has gone")
+                               : mivoNameOf(*plugin);
+    };
+    setServedPlugin(plugin);
+    mivoCallPlugin(plugin, call->member, name, "an action", call->arguments);
+    setServedPlugin(nullptr);
+    if (!hasGone(plugin))
+        Q_EMIT delivered(plugin);
     return true;
+}
+
+const MivoPlugin* MivoDispatcher::servedPlugin() const
+{
+    QMutexLocker locker(&mutex);
+    return served;
+}
+
+void MivoDispatcher::forget(QObject* plugin)
+{
+    QMutexLocker locker(&mutex);
+    gone.insert(plugin);
+}
+
+void MivoDispatcher::setServedPlugin(const MivoPlugin* plugin)
+{
+    QMutexLocker locker(&mutex);
+    served = plugin;
+}
+
+bool MivoDispatcher::hasGone(const MivoPlugin* plugin) const
+{
+    QMutexLocker locker(&mutex);
+    return gone.contains(plugin);
 }

@@ -1,33 +1,34 @@
 #include "MivoHost.h"
 
 #include "MivoCallActionEvent.h"
+#include "MivoCallSlotEvent.h"
 #include "MivoCallSlotTimeoutException.h"
 #include "MivoDispatcher.h"
 #include "MivoField.h"
 #include "MivoHostLog.h"
 #include "MivoPlugin.h"
 #include "MivoPluginLoader.h"
+#include "MivoPluginSlots_p.h"
 #include "MivoPluginThread.h"
 #include "MivoWait.h"
 
 #include <QCoreApplication>
+#include <QElapsedTimer>
+#include <QMutex>
+#include <QMutexLocker>
 #include <QThread>
 
+#include <memory>
+
 namespace {
+
+const int callTimeoutMs = 30000; // as MivoWait::callSlot() has it
 
 QList<MivoArg> withName(const QString& slot, const QList<MivoArg>& arguments)
 {
     QList<MivoArg> named = arguments;
     named.prepend(MivoArg(slot));
     return named;
-}
-
-QString noSuchSlot(const MivoPlugin& plugin, const QString& slot, const QStringList& known)
-{
-    const QString expected = known.isEmpty()
-        ? QString::fromLatin1("it has none")
-        : QString::fromLatin1("expected one of: %1").arg(known.join(QLatin1String(", ")));
-    return QString::fromLatin1("%1 has no slot \"%2\"; %3").arg(plugin.name(), slot, expected);
 }
 
 /** The thread of the dispatcher: it delivers what has been posted before it ends. */
@@ -50,13 +51,73 @@ protected:
     }
 };
 
-/** A plug-in and its thread. */
-struct Member
+/**
+ * A posted call whose rendezvous lives as long as one of the two sides needs it. A call that is
+ * never made, because its thread has ended, is answered with no values.
+ */
+class Request : public MivoCallSlotEvent
+{
+public:
+    explicit Request(const std::shared_ptr<MivoWait>& answeredWait)
+        : sharedWait(answeredWait)
+    {
+        wait = sharedWait.get();
+    }
+    ~Request() override { wait->wakeUp(); }
+
+private:
+    const std::shared_ptr<MivoWait> sharedWait;
+};
+
+/** What is left of a time, in milliseconds. */
+class Deadline
+{
+public:
+    explicit Deadline(int milliseconds)
+        : bound(milliseconds)
+    {
+        timer.start();
+    }
+    unsigned long left() const
+    {
+        const qint64 left = bound - timer.elapsed();
+        return left > 0 ? static_cast<unsigned long>(left) : 0;
+    }
+
+private:
+    QElapsedTimer timer;
+    qint64 bound;
+};
+
+/** A plug-in of the host. What may be asked of it without touching the object stands beside it. */
+struct LoadedPlugin
 {
     MivoPlugin* plugin;
     MivoPluginThread* thread;
+    QString name;
+    const QMetaObject* metaObject;
     bool isInitialised; ///< or has been asked to
 };
+
+/** Threads that had to be given up; they may still be running, and so are never deleted. */
+struct AbandonedThreads
+{
+    QMutex mutex;
+    QList<QThread*> threads;
+};
+
+AbandonedThreads& abandonedThreads()
+{
+    static AbandonedThreads* const threads = new AbandonedThreads; // outlives all of them
+    return *threads;
+}
+
+void abandon(QThread* thread, const QString& who)
+{
+    MivoHostLog::write(who + QLatin1String(" does not end: its thread is abandoned"));
+    QMutexLocker locker(&abandonedThreads().mutex);
+    abandonedThreads().threads.append(thread);
+}
 
 } // namespace
 
@@ -77,40 +138,126 @@ class MivoHostPrivate
 {
 public:
     MivoHostPrivate()
-        : isStarted(false)
+        : dispatcherThread(new DispatcherThread)
+        , shutdownTimeoutMs(MivoHost::DefaultShutdownTimeoutMs)
+        , isStarted(false)
         , isShutDown(false)
+        , isClosed(false)
+        , hasEnded(true)
     {
     }
 
-    /** The thread of one of the host's plug-ins, null for any other. */
-    MivoPluginThread* threadOf(const MivoPlugin* plugin) const
+    /** Null when it is none of the host's, or has gone. To be called under the lock. */
+    LoadedPlugin* find(const MivoPlugin* plugin)
     {
-        for (int i = 0; i < members.size(); ++i) {
-            if (members.at(i).plugin == plugin)
-                return members.at(i).thread;
+        for (int i = 0; plugin && !isClosed && i < int(plugins.size()); ++i) {
+            if (plugins.at(i).plugin == plugin && plugins.at(i).thread->plugin() == plugin)
+                return &plugins[i];
         }
         return nullptr;
     }
 
-    /** Throws a MivoHostError when there is none that runs. */
-    MivoPluginThread* runningThreadOf(const MivoPlugin* plugin) const
+    /** A copy of what find() finds; throws a MivoHostError on null. To be called under the lock. */
+    LoadedPlugin require(const MivoPlugin* plugin)
     {
-        MivoPluginThread* const thread = threadOf(plugin);
-        if (!thread || !thread->isRunning())
-            throw MivoHostError(QString::fromLatin1("%1 is not running").arg(plugin->name()));
-        return thread;
+        if (isClosed)
+            throw MivoHostError(QString::fromLatin1("the host has been shut down"));
+        const LoadedPlugin* const found = find(plugin);
+        if (!found)
+            throw MivoHostError(QString::fromLatin1("found %1; expected one of the host's plug-ins")
+                                    .arg(plugin
+                                             ? QLatin1String("an object that is none, or has gone")
+                                             : QLatin1String("null")));
+        return *found;
     }
 
-    DispatcherThread dispatcherThread;
-    QList<Member> members;
+    LoadedPlugin requireWithLock(const MivoPlugin* plugin)
+    {
+        QMutexLocker locker(&mutex);
+        return require(plugin);
+    }
+
+    std::shared_ptr<MivoWait> post(const LoadedPlugin& loaded, MivoCallSlotEvent::Member member,
+                                   MivoPlugin* sender, const QList<MivoArg>& arguments) const
+    {
+        const std::shared_ptr<MivoWait> wait(new MivoWait);
+        Request* const request = new Request(wait);
+        request->arguments = arguments;
+        request->sender = sender;
+        request->target = loaded.plugin;
+        request->member = member;
+        QCoreApplication::postEvent(loaded.thread, request);
+        return wait;
+    }
+
+    /**
+     * Calls @p member in the thread of @p plugin and returns what it answers, which is never
+     * nothing. Throws a MivoHostError when that cannot be done.
+     */
+    QList<MivoArg> ask(MivoPlugin* plugin, MivoCallSlotEvent::Member member, MivoPlugin* sender,
+                       const QList<MivoArg>& arguments)
+    {
+        LoadedPlugin loaded;
+        std::shared_ptr<MivoWait> wait;
+        {
+            // What is posted under the lock is posted before the thread is told to end, and served.
+            QMutexLocker locker(&mutex);
+            loaded = require(plugin);
+            if (!loaded.thread->isRunning())
+                throw MivoHostError(QString::fromLatin1("%1 is not running").arg(loaded.name));
+            if (QThread::currentThread() != loaded.thread)
+                wait = post(loaded, member, sender, arguments);
+        }
+        QList<MivoArg> answer = arguments;
+        if (!wait) {
+            (plugin->*member)(sender, answer);
+        } else {
+            if (!wait->wait(callTimeoutMs))
+                throw MivoCallSlotTimeoutException();
+            answer = wait->getRetValue();
+        }
+        if (answer.isEmpty())
+            throw MivoHostError(
+                QString::fromLatin1("%1 has ended before it could be called").arg(loaded.name));
+        return answer;
+    }
+
+    /** Ends a plug-in and its thread; false when that had to be given up. */
+    bool end(const LoadedPlugin& loaded)
+    {
+        const Deadline deadline(shutdownTimeoutMs);
+        if (!isStarted) // started to delete the plug-in, which lives there
+            loaded.thread->start();
+        else if (!loaded.thread->isRunning())
+            MivoHostLog::write(loaded.name
+                               + QLatin1String(": its thread has ended before its shutdown"));
+        if (loaded.isInitialised && loaded.thread->isRunning()
+            && !post(loaded, &MivoPlugin::shutdownInThread, nullptr, QList<MivoArg>())
+                    ->wait(deadline.left()))
+            return false;
+        loaded.thread->quit();
+        if (!loaded.thread->wait(deadline.left()))
+            return false;
+        delete loaded.thread;
+        return true;
+    }
+
+    mutable QMutex mutex; // of plugins and isClosed
+    DispatcherThread* dispatcherThread;
+    QList<LoadedPlugin> plugins;
+    int shutdownTimeoutMs;
     bool isStarted;
     bool isShutDown;
+    bool isClosed; // plug-ins are neither found nor called any more
+    bool hasEnded; // in full
 };
+
+const int MivoHost::DefaultShutdownTimeoutMs;
 
 MivoHost::MivoHost()
     : d(new MivoHostPrivate)
 {
-    MivoCallActionEvent::dispatcher = &d->dispatcherThread.dispatcher;
+    MivoCallActionEvent::dispatcher = &d->dispatcherThread->dispatcher;
 }
 
 MivoHost::~MivoHost()
@@ -140,10 +287,15 @@ MivoPlugin* MivoHost::load(const QString& fileName, QString* error)
 
 void MivoHost::add(MivoPlugin* plugin)
 {
-    Member member = {plugin, new MivoPluginThread(plugin->name()), false};
+    const QString name = plugin->name();
+    const LoadedPlugin loaded
+        = {plugin, new MivoPluginThread(name), name, plugin->metaObject(), false};
+    QObject::connect(plugin, SIGNAL(destroyed(QObject*)), dispatcher(), SLOT(forget(QObject*)),
+                     Qt::DirectConnection);
     plugin->setParent(nullptr); // an object with a parent cannot be moved
-    plugin->moveToThread(member.thread);
-    d->members.append(member);
+    loaded.thread->setPlugin(plugin);
+    QMutexLocker locker(&d->mutex);
+    d->plugins.append(loaded);
 }
 
 bool MivoHost::start(QString* error)
@@ -154,123 +306,144 @@ bool MivoHost::start(QString* error)
         return false;
     }
     d->isStarted = true;
-    d->dispatcherThread.start();
-    for (int i = 0; i < d->members.size(); ++i)
-        d->members.at(i).thread->start();
-    for (int i = 0; i < d->members.size(); ++i) {
-        Member& member = d->members[i];
-        member.isInitialised = true;
+    d->dispatcherThread->start();
+    for (int i = 0; i < int(d->plugins.size()); ++i)
+        d->plugins.at(i).thread->start();
+    QList<MivoArg> host;
+    host.append(MivoArg(static_cast<void*>(this)));
+    for (int i = 0; i < int(d->plugins.size()); ++i) {
+        LoadedPlugin& loaded = d->plugins[i];
+        loaded.isInitialised = true;
         QString failure;
         try {
-            QList<MivoArg> host;
-            host.append(MivoArg(static_cast<void*>(this)));
-            const QList<MivoArg> answer = MivoWait::callSlot(
-                member.plugin, &MivoPlugin::initialiseInThread, nullptr, host, member.thread);
-            failure = answer.first().toString();
+            failure = d->ask(loaded.plugin, &MivoPlugin::initialiseInThread, nullptr, host)
+                          .first()
+                          .toString();
+        } catch (const MivoHostError& unreachable) {
+            failure = unreachable.message();
         } catch (const MivoCallSlotTimeoutException&) {
             failure = QLatin1String("it has not answered in time");
         }
         if (!failure.isEmpty()) {
             if (error)
-                *error = QString::fromLatin1("%1 cannot be initialised: %2")
-                             .arg(member.plugin->name(), failure);
+                *error
+                    = QString::fromLatin1("%1 cannot be initialised: %2").arg(loaded.name, failure);
             return false;
         }
     }
     return true;
 }
 
-void MivoHost::shutdown()
+bool MivoHost::shutdown()
 {
     if (d->isShutDown)
-        return;
+        return d->hasEnded;
     d->isShutDown = true;
-    // First the actions, since they may call plug-ins that are still there.
-    d->dispatcherThread.quit();
-    d->dispatcherThread.wait();
 
-    for (int i = int(d->members.size()) - 1; i >= 0; --i) {
-        const Member member = d->members.at(i);
-        if (!member.thread->isRunning()) {
-            if (d->isStarted)
-                MivoHostLog::write(
-                    QString::fromLatin1("%1: its thread has ended before its shutdown")
-                        .arg(member.plugin->name()));
-            delete member.plugin;
-            delete member.thread;
-            continue;
-        }
-        try {
-            QList<MivoArg> isInitialised;
-            isInitialised.append(MivoArg(member.isInitialised));
-            MivoWait::callSlot(member.plugin, &MivoPlugin::shutdownInThread, nullptr, isInitialised,
-                               member.thread);
-            delete member.thread;
-        } catch (const MivoCallSlotTimeoutException&) {
-            // A QThread that runs must not be destroyed: this one and its plug-in are given up.
-            MivoHostLog::write(QString::fromLatin1("%1 does not end: its thread is abandoned")
-                                   .arg(member.thread->objectName()));
+    // First the actions, since they may call plug-ins that are still there.
+    const MivoPlugin* blocked = nullptr;
+    d->dispatcherThread->quit();
+    if (!d->dispatcherThread->wait(static_cast<unsigned long>(d->shutdownTimeoutMs))) {
+        blocked = d->dispatcherThread->dispatcher.servedPlugin();
+        abandon(d->dispatcherThread, QLatin1String("the dispatcher"));
+        d->dispatcherThread = nullptr;
+        d->hasEnded = false;
+    }
+
+    QList<LoadedPlugin> ending;
+    {
+        QMutexLocker locker(&d->mutex);
+        d->isClosed = true;
+        ending = d->plugins;
+        d->plugins.clear();
+    }
+    for (int i = int(ending.size()) - 1; i >= 0; --i) {
+        const LoadedPlugin& loaded = ending.at(i);
+        // Its own action is still running in the dispatcher's thread: it must stay.
+        if (loaded.plugin == blocked || !d->end(loaded)) {
+            abandon(loaded.thread, loaded.name);
+            d->hasEnded = false;
         }
     }
-    d->members.clear();
+    return d->hasEnded;
+}
+
+void MivoHost::setShutdownTimeout(int milliseconds)
+{
+    d->shutdownTimeoutMs = milliseconds;
+}
+
+int MivoHost::abandonedThreads()
+{
+    QMutexLocker locker(&::abandonedThreads().mutex);
+    return int(::abandonedThreads().threads.size());
 }
 
 QList<MivoPlugin*> MivoHost::plugins() const
 {
+    QMutexLocker locker(&d->mutex);
     QList<MivoPlugin*> plugins;
-    for (int i = 0; i < d->members.size(); ++i)
-        plugins.append(d->members.at(i).plugin);
+    for (int i = 0; i < int(d->plugins.size()); ++i) {
+        if (d->find(d->plugins.at(i).plugin))
+            plugins.append(d->plugins.at(i).plugin);
+    }
     return plugins;
 }
 
 MivoPlugin* MivoHost::findPlugin(const QString& name) const
 {
-    for (int i = 0; i < d->members.size(); ++i) {
-        if (d->members.at(i).plugin->name() == name)
-            return d->members.at(i).plugin;
+    QMutexLocker locker(&d->mutex);
+    for (int i = 0; i < int(d->plugins.size()); ++i) {
+        if (d->plugins.at(i).name == name && d->find(d->plugins.at(i).plugin))
+            return d->plugins.at(i).plugin;
     }
     return nullptr;
 }
 
 MivoPluginThread* MivoHost::threadOf(const MivoPlugin* plugin) const
 {
-    return d->threadOf(plugin);
+    QMutexLocker locker(&d->mutex);
+    const LoadedPlugin* const found = d->find(plugin);
+    return found ? found->thread : nullptr;
 }
 
 MivoDispatcher* MivoHost::dispatcher() const
 {
-    return &d->dispatcherThread.dispatcher;
+    return d->dispatcherThread ? &d->dispatcherThread->dispatcher : nullptr;
 }
 
 QList<MivoArg> MivoHost::call(MivoPlugin* target, const QString& slot,
                               const QList<MivoArg>& arguments, MivoPlugin* sender) const
 {
-    if (!target->callSlots().contains(slot))
-        throw MivoHostError(noSuchSlot(*target, slot, target->callSlots()));
+    const LoadedPlugin loaded = d->requireWithLock(target);
+    const MivoPluginSlots known(loaded.metaObject, MivoPluginSlots::Call);
+    if (known.indexOf(slot) < 0)
+        throw MivoHostError(known.whyMissing(loaded.name, slot));
     QList<MivoArg> answer
-        = MivoWait::callSlot(target, &MivoPlugin::callByName, sender, withName(slot, arguments),
-                             d->runningThreadOf(target));
+        = d->ask(target, &MivoPlugin::callByName, sender, withName(slot, arguments));
     if (!answer.takeFirst().toBool())
         throw MivoHostError(QString::fromLatin1("%1: %2 failed: %3")
-                                .arg(target->name(), slot, answer.first().toString()));
+                                .arg(loaded.name, slot, answer.first().toString()));
     return answer;
 }
 
 QList<MivoField> MivoHost::fields(MivoPlugin* target) const
 {
-    const QList<MivoArg> answers = MivoWait::callSlot(target, &MivoPlugin::fieldsInThread, nullptr,
-                                                      QList<MivoArg>(), d->runningThreadOf(target));
-    const MivoArg& answer = answers.first();
+    const LoadedPlugin loaded = d->requireWithLock(target);
+    const MivoArg answer
+        = d->ask(target, &MivoPlugin::fieldsInThread, nullptr, QList<MivoArg>()).first();
     if (answer.getType() != MivoArg::FieldList)
         throw MivoHostError(QString::fromLatin1("%1: its form cannot be made: %2")
-                                .arg(target->name(), answer.toString()));
+                                .arg(loaded.name, answer.toString()));
     return answer.toFieldList();
 }
 
 MivoPluginAction MivoHost::action(MivoPlugin* target, const QString& slot,
                                   const QList<MivoArg>& arguments) const
 {
-    if (!target->actionSlots().contains(slot))
-        throw MivoHostError(noSuchSlot(*target, slot, target->actionSlots()));
+    const LoadedPlugin loaded = d->requireWithLock(target);
+    const MivoPluginSlots known(loaded.metaObject, MivoPluginSlots::Action);
+    if (known.indexOf(slot) < 0)
+        throw MivoHostError(known.whyMissing(loaded.name, slot));
     return MivoPluginAction(target, &MivoPlugin::runByName, withName(slot, arguments));
 }

@@ -29,13 +29,17 @@ public:
  * plug-in. It is what plug-ins are written, run and tested with outside the messenger.
  *
  * One host at a time. It is made, filled, started and destroyed in one thread, in which a
- * QCoreApplication exists. From start() to shutdown() the other functions may be called from any
- * thread, the plug-ins' own included, with one of the host's plug-ins as the target. Plug-ins and
- * threads belong to the host, which makes its dispatcher the receiver of all actions.
+ * QCoreApplication exists. The other functions may be called from any thread, the plug-ins' own
+ * included, as long as the host exists. Plug-ins and threads belong to the host, which makes its
+ * dispatcher the receiver of all actions. A plug-in that has gone, and every plug-in once the host
+ * is being shut down, is not found any more.
  */
 class MIVO_HOST_EXPORT MivoHost
 {
 public:
+    /** How long shutdown() waits, in milliseconds, unless it is told otherwise. */
+    static const int DefaultShutdownTimeoutMs = 10000;
+
     MivoHost();
     /** Shuts down. */
     ~MivoHost();
@@ -48,7 +52,7 @@ public:
     MivoPlugin* load(const QString& fileName, QString* error = nullptr);
     /**
      * Takes over a plug-in that was made in the calling thread, from its parent too if it has one;
-     * to be called before start().
+     * to be called before start(). Throws what its name() throws, and has then taken nothing.
      */
     void add(MivoPlugin* plugin);
 
@@ -61,35 +65,47 @@ public:
     bool start(QString* error = nullptr);
     /**
      * Delivers the actions that have been posted, then shuts the plug-ins down in the opposite
-     * order, each in its own thread, deletes them and ends the threads. Nothing of the host may be
-     * used afterwards. Does nothing the second time.
+     * order, each in its own thread, and ends the threads, where the plug-ins are deleted when
+     * nothing of theirs runs any more. Nothing of the host may be used afterwards. Does nothing the
+     * second time.
+     *
+     * A thread that has not ended within the time-out, which the dispatcher's and each plug-in's
+     * have, is abandoned with a line in the log: it and its plug-in stay as they are. Returns
+     * whether all have ended. Otherwise the process should end by std::_Exit(), so that nothing is
+     * destroyed that a thread still uses, the host itself included.
      */
-    void shutdown();
+    bool shutdown();
+    /** How long shutdown() waits for a thread, in milliseconds. */
+    void setShutdownTimeout(int milliseconds);
+    /** How many threads this process has had to abandon, whatever their host. */
+    static int abandonedThreads();
 
     /** In the order they were loaded. */
     QList<MivoPlugin*> plugins() const;
-    /** The first plug-in of that MivoPlugin::name(), null when there is none. */
+    /** The first plug-in of that MivoPlugin::name(), as it was when it was loaded; null when there
+     * is none. */
     MivoPlugin* findPlugin(const QString& name) const;
     /** The thread of one of the host's plug-ins, null for any other. */
     MivoPluginThread* threadOf(const MivoPlugin* plugin) const;
+    /** Null when it had to be abandoned. */
     MivoDispatcher* dispatcher() const;
 
     /**
      * Calls a slot by name in the plug-in's own thread and returns the arguments as the slot left
-     * them. Throws a MivoHostError when there is no such slot, when the thread is not running, or
-     * when the slot threw, and MivoCallSlotTimeoutException after 30000 ms without an answer.
+     * them. Throws a MivoHostError when @p target is none of the host's plug-ins, when there is no
+     * such slot, when the thread is not running, or when the slot threw, and
+     * MivoCallSlotTimeoutException after 30000 ms without an answer.
      */
     QList<MivoArg> call(MivoPlugin* target, const QString& slot, const QList<MivoArg>& arguments,
                         MivoPlugin* sender = nullptr) const;
     /**
-     * The form of a plug-in, made in the plug-in's own thread. Throws a MivoHostError when the
-     * thread is not running or when MivoPlugin::fields() threw, and MivoCallSlotTimeoutException
-     * after 30000 ms without an answer.
+     * The form of a plug-in, made in the plug-in's own thread. Throws as call() does, and a
+     * MivoHostError when MivoPlugin::fields() threw.
      */
     QList<MivoField> fields(MivoPlugin* target) const;
     /**
-     * An action that runs a slot by name; throws a MivoHostError when there is no such slot. It is
-     * to be run without arguments: given ones would take the place of the slot's name, which is
+     * An action that runs a slot by name; throws a MivoHostError when @p target is none of the
+     * host's plug-ins, or when there is no such slot. It is to be run without arguments: given ones would take the place of the slot's name, which is
      * stored too.
      */
     MivoPluginAction action(MivoPlugin* target, const QString& slot,

@@ -1,50 +1,82 @@
 #include "MivoPlugin.h"
 
+#include "MivoCore.h"
 #include "MivoField.h"
 #include "MivoHost.h"
-#include "MivoHostLog.h"
-#include "MivoQt_p.h"
+#include "MivoPluginCall_p.h"
+#include "MivoPluginSlots_p.h"
 #include "MivoService.h"
 
+#include <cstring>
 #include <stdexcept>
 
 namespace {
 
-const char callParameters[] = "(MivoPlugin*,QList<MivoArg>&)";
-const char actionParameters[] = "(QList<MivoArg>&)";
-
-QStringList slotNames(const QMetaObject* metaObject, const QByteArray& parameters)
+/**
+ * Takes the name of a slot off @p arguments and returns the slot's index. Throws a
+ * std::invalid_argument when @p plugin has no such slot of that shape.
+ */
+int takeSlot(const MivoPlugin& plugin, QList<MivoArg>& arguments, MivoPluginSlots::Shape shape)
 {
-    QStringList names;
-    for (int i = 0; i < metaObject->methodCount(); ++i) {
-        const QMetaMethod method = metaObject->method(i);
-        const QByteArray signature = mivoMethodSignature(method);
-        const int nameLength = static_cast<int>(signature.indexOf('('));
-        if (method.methodType() == QMetaMethod::Slot && signature.mid(nameLength) == parameters)
-            names.append(QString::fromLatin1(signature.left(nameLength).constData()));
+    const QString name = arguments.isEmpty() ? QString() : arguments.takeFirst().toString();
+    const MivoPluginSlots known(plugin.metaObject(), shape);
+    const int index = known.indexOf(name);
+    if (index < 0)
+        throw std::invalid_argument(known.whyMissing(plugin.name(), name).toUtf8().constData());
+    return index;
+}
+
+/** Whether @p message is that of a conversion from a kind to any other. */
+bool isConversionFrom(MivoArg::Type from, const char* message)
+{
+    for (int to = MivoArg::None; to <= MivoArg::Undefined; ++to) {
+        const std::runtime_error conversion
+            = mivo_conversion(QLatin1String("MivoArg"), mivo_arg_type(from),
+                              mivo_arg_type(static_cast<MivoArg::Type>(to)));
+        if (std::strcmp(conversion.what(), message) == 0)
+            return true;
     }
-    return names;
+    return false;
 }
 
 /**
- * Takes the name of a slot off @p arguments and returns the slot's index. Throws a
- * std::invalid_argument when @p plugin has no such slot with those @p parameters.
+ * Which of the arguments that a slot was given is the one whose conversion failed with @p message,
+ * as far as their kinds tell; empty when they do not.
  */
-int takeSlot(const MivoPlugin& plugin, QList<MivoArg>& arguments, const char* parameters)
+QString blamedArgument(const char* message, const QList<MivoArg>& given)
 {
-    const QString name = arguments.isEmpty() ? QString() : arguments.takeFirst().toString();
-    const QMetaObject* const metaObject = plugin.metaObject();
-    const QByteArray signature
-        = QMetaObject::normalizedSignature(QByteArray(name.toLatin1() + parameters).constData());
-    const int index = metaObject->indexOfSlot(signature.constData());
-    if (index < 0) {
-        const QString message
-            = QString::fromLatin1("%1 has no slot %2; expected one of: %3")
-                  .arg(plugin.name(), name + QLatin1String(parameters),
-                       slotNames(metaObject, parameters).join(QLatin1String(", ")));
-        throw std::invalid_argument(message.toUtf8().constData());
+    int blamed = -1;
+    QList<MivoArg::Type> kinds;
+    for (int i = 0; i < int(given.size()); ++i) {
+        const MivoArg::Type kind = given.at(i).getType();
+        if (kinds.contains(kind)) {
+            if (blamed >= 0 && given.at(blamed).getType() == kind)
+                return QString(); // it may be either
+        } else if (isConversionFrom(kind, message)) {
+            blamed = i;
+        }
+        kinds.append(kind);
     }
-    return index;
+    if (blamed >= 0)
+        return QString::fromLatin1(" (argument %1)").arg(blamed + 1);
+    // What is read beyond the end of a list is a value of no kind.
+    if (isConversionFrom(MivoArg::None, message))
+        return QString::fromLatin1(" (arguments given: %1)").arg(given.size());
+    return QString();
+}
+
+/** Calls a slot with the addresses of its parameters, of which the last is the list @p arguments. */
+void invoke(MivoPlugin& plugin, int slot, void** parameters, const QList<MivoArg>& arguments)
+{
+    const QList<MivoArg> given = arguments;
+    try {
+        plugin.qt_metacall(QMetaObject::InvokeMetaMethod, slot, parameters);
+    } catch (const std::runtime_error& error) {
+        const QString blamed = blamedArgument(error.what(), given);
+        if (blamed.isEmpty())
+            throw;
+        throw std::runtime_error((QString::fromUtf8(error.what()) + blamed).toUtf8().constData());
+    }
 }
 
 } // namespace
@@ -87,20 +119,20 @@ QList<MivoField> MivoPlugin::fields() const
 
 QStringList MivoPlugin::callSlots() const
 {
-    return slotNames(metaObject(), callParameters);
+    return MivoPluginSlots(metaObject(), MivoPluginSlots::Call).names();
 }
 
 QStringList MivoPlugin::actionSlots() const
 {
-    return slotNames(metaObject(), actionParameters);
+    return MivoPluginSlots(metaObject(), MivoPluginSlots::Action).names();
 }
 
 void MivoPlugin::callByName(MivoPlugin* sender, QList<MivoArg>& arguments)
 {
     try {
-        const int slot = takeSlot(*this, arguments, callParameters);
+        const int slot = takeSlot(*this, arguments, MivoPluginSlots::Call);
         void* parameters[] = {nullptr, &sender, &arguments};
-        qt_metacall(QMetaObject::InvokeMetaMethod, slot, parameters);
+        invoke(*this, slot, parameters, arguments);
         arguments.prepend(MivoArg(true));
     } catch (...) {
         arguments.clear();
@@ -111,9 +143,9 @@ void MivoPlugin::callByName(MivoPlugin* sender, QList<MivoArg>& arguments)
 
 void MivoPlugin::runByName(QList<MivoArg>& arguments)
 {
-    const int slot = takeSlot(*this, arguments, actionParameters);
+    const int slot = takeSlot(*this, arguments, MivoPluginSlots::Action);
     void* parameters[] = {nullptr, &arguments};
-    qt_metacall(QMetaObject::InvokeMetaMethod, slot, parameters);
+    invoke(*this, slot, parameters, arguments);
 }
 
 /** Takes the Pointer to the host and answers the String of what went wrong, empty on success. */
@@ -143,16 +175,16 @@ void MivoPlugin::fieldsInThread(MivoPlugin*, QList<MivoArg>& arguments)
     }
 }
 
-/** Takes the Bool of whether the plug-in has been initialised. */
+/** Answers the Bool true. */
 void MivoPlugin::shutdownInThread(MivoPlugin*, QList<MivoArg>& arguments)
 {
+    arguments.clear();
+    arguments.append(MivoArg(true));
     try {
-        if (arguments.first().toBool())
-            shutdown();
+        shutdown();
     } catch (...) {
-        MivoHostLog::write(name() + QLatin1String(": the shutdown failed: ")
-                           + MivoHostLog::currentException());
+        const QString reason = MivoHostLog::currentException();
+        MivoHostLog::write(
+            QString::fromLatin1("%1: the shutdown failed: %2").arg(mivoNameOf(*this), reason));
     }
-    // The thread deletes it when its loop has ended, and with it what must be deleted there.
-    deleteLater();
 }

@@ -5,6 +5,7 @@
 #include "MivoHostGlobal.h"
 
 #include <QObject>
+#include <QtPlugin>
 
 class MivoField;
 class MivoHost;
@@ -13,6 +14,18 @@ class MivoService;
 /** The plug-in interface; a host loads only plug-ins that were built for its own. */
 #define MIVO_PLUGIN_INTERFACE 1
 #define MivoPlugin_iid "MivoPlugin/1"
+
+/**
+ * Stands once in a source of every plug-in: the @p Class of the plug-in that is built as @p name. On
+ * Qt 4.8 it makes the plug-in's entrance and Q_PLUGIN_METADATA() says nothing; on later ones it is
+ * the other way round.
+ */
+#if QT_VERSION < 0x050000
+#define MIVO_EXPORT_PLUGIN(name, Class) Q_EXPORT_PLUGIN2(name, Class)
+#define Q_PLUGIN_METADATA(metaData)
+#else
+#define MIVO_EXPORT_PLUGIN(name, Class)
+#endif
 
 /**
  * The base of all plug-ins.
@@ -26,6 +39,10 @@ class MivoService;
  * The first is a synchronous call, which runs in the plug-in's own thread and answers by what it
  * leaves in the arguments. The second is an action, which runs in the dispatcher's thread and
  * answers nothing. What a slot throws is caught by the host: the caller is told, or the host's log.
+ *
+ * A plug-in belongs to its host, which deletes it in its thread; one that deletes itself is
+ * reported and never used again. What its constructor, name(), version() or services() throws
+ * while it is being loaded refuses it.
  */
 class MIVO_HOST_EXPORT MivoPlugin : public QObject
 {
@@ -57,9 +74,10 @@ public:
      */
     virtual QList<MivoField> fields() const;
 
-    /** The names of the slots that can be called synchronously, in order of declaration. */
+    /** The names of the slots that can be called synchronously, in order of declaration, once each.
+     */
     QStringList callSlots() const;
-    /** The names of the slots that can be run as actions, in order of declaration. */
+    /** The names of the slots that can be run as actions, in order of declaration, once each. */
     QStringList actionSlots() const;
 
     /**
@@ -77,6 +95,7 @@ public:
 
 private:
     friend class MivoHost;
+    friend class MivoHostPrivate;
 
     // What the host posts to the plug-in's thread.
     void initialiseInThread(MivoPlugin* sender, QList<MivoArg>& arguments);

@@ -1,20 +1,20 @@
 #ifndef MIVOPLUGINLOADER_H
 #define MIVOPLUGINLOADER_H
 
-#include "MivoHostGlobal.h"
+#include "MivoPlugin.h"
 
 #include <QPluginLoader>
+#include <QPointer>
 #include <QString>
-
-class MivoPlugin;
 
 /**
  * Loads one plug-in from a shared object.
  *
- * A plug-in carries a stamp in its metadata, which the CMake function mivo_add_plugin() writes: the
- * version of this library, the number of the plug-in interface, the generation of Qt and the ABI of
- * the compiler that it was built with. The stamp is read before any code is loaded, and a file that
- * does not fit is refused. Plug-ins of Qt 4.8 carry no metadata, so that all are refused there.
+ * A plug-in carries a stamp (MivoPluginStamp), which the CMake function mivo_add_plugin() writes:
+ * the version of this library, the number of the plug-in interface, the generation of Qt and the
+ * ABI of the compiler that it was built with. The stamp is read before any code is loaded, and a
+ * file that does not fit is refused, as is a plug-in whose constructor, name(), version() or
+ * services() throws.
  *
  * An object is used from one thread. Destroying it leaves the plug-in loaded.
  */
@@ -45,12 +45,12 @@ private:
     Q_DISABLE_COPY(MivoPluginLoader)
 
     QString checkFile() const;
-    QString checkStamp() const;
-    void refuse(const QString& found);
+    QString loadCode();
 
     QString name;
     QString error;
     QPluginLoader loader;
+    QPointer<MivoPlugin> plugin;
 };
 
 #endif

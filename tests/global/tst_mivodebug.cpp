@@ -66,7 +66,6 @@ private Q_SLOTS:
     void elementsArriveInNoSpaceMode();
     void listsNest();
     void loadAcquireReadsTheValue();
-    void methodSignatureIsNormalised();
     void versionTextAgreesWithItsNumbers();
 };
 
@@ -208,15 +207,6 @@ void tst_MivoDebug::loadAcquireReadsTheValue()
 {
     QCOMPARE(mivoLoadAcquire(QAtomicInt(-5)), -5);
     QCOMPARE(mivoLoadAcquire(QAtomicInt(0x7fffffff)), 0x7fffffff);
-}
-
-void tst_MivoDebug::methodSignatureIsNormalised()
-{
-    const QMetaObject& meta = QObject::staticMetaObject;
-    const int index = meta.indexOfSlot("deleteLater()");
-    QCOMPARE(mivoMethodSignature(meta.method(index)), QByteArray("deleteLater()"));
-    const int destroyed = meta.indexOfSignal("destroyed(QObject*)");
-    QCOMPARE(mivoMethodSignature(meta.method(destroyed)), QByteArray("destroyed(QObject*)"));
 }
 
 void tst_MivoDebug::versionTextAgreesWithItsNumbers()

@@ -11,6 +11,11 @@
 
 #include <QtTest>
 
+#include <functional>
+#include <memory>
+
+Q_DECLARE_METATYPE(MivoArg)
+
 namespace {
 
 const int patienceMs = testBoundMs;
@@ -92,6 +97,13 @@ public Q_SLOTS:
         mayLeave.acquire();
         arguments = {MivoArg(QString("unblocked"))};
     }
+    void loop(MivoPlugin*, QList<MivoArg>&)
+    {
+        QEventLoop loop;
+        entered.release();
+        loop.exec();
+        diary.write(ownName + " left its loop");
+    }
     void askOther(MivoPlugin*, QList<MivoArg>& arguments)
     {
         MivoPlugin* const other = host->findPlugin(arguments.takeFirst().toString());
@@ -116,6 +128,91 @@ private:
     QString ownName;
     Diary& diary;
     MivoHost* host = nullptr;
+};
+
+/** Has its twice() from its base, and says so again. */
+class DerivedDiaryPlugin : public DiaryPlugin
+{
+    Q_OBJECT
+public:
+    using DiaryPlugin::DiaryPlugin;
+public Q_SLOTS:
+    void twice(MivoPlugin*, QList<MivoArg>& arguments) { arguments = {MivoArg(2)}; }
+    void note(QList<MivoArg>&) { }
+    void more(MivoPlugin*, QList<MivoArg>&) { }
+};
+
+/** Does what a test says, where it says. */
+class ScriptedPlugin : public MivoPlugin
+{
+    Q_OBJECT
+public:
+    typedef std::function<void(ScriptedPlugin&)> Script;
+
+    explicit ScriptedPlugin(const QString& pluginName)
+        : ownName(pluginName)
+    {
+    }
+    ~ScriptedPlugin() override
+    {
+        if (inDestructor)
+            inDestructor(*this);
+    }
+    QString name() const override { return ownName; }
+    bool initialise(MivoHost& startedBy) override
+    {
+        host = &startedBy;
+        return true;
+    }
+    void shutdown() override
+    {
+        if (inShutdown)
+            inShutdown(*this);
+    }
+
+    Script inCall;
+    Script inAction;
+    Script inShutdown;
+    Script inDestructor;
+    MivoHost* host = nullptr;
+
+public Q_SLOTS:
+    void call(MivoPlugin*, QList<MivoArg>&) { inCall(*this); }
+    void act(QList<MivoArg>&) { inAction(*this); }
+
+private:
+    QString ownName;
+};
+
+/** Slots that nearly have a shape that can be called, and slots that convert their arguments. */
+class NearlyPlugin : public MivoPlugin
+{
+    Q_OBJECT
+public:
+    Q_INVOKABLE void invokable(MivoPlugin*, QList<MivoArg>&) { }
+public Q_SLOTS:
+    void byValue(MivoPlugin*, QList<MivoArg>) { }
+    void byConstReference(MivoPlugin*, const QList<MivoArg>&) { }
+    void withoutSender(int) { }
+    void ofAnotherSender(QObject*, QList<MivoArg>&) { }
+    void ofTwo(QObject*, QList<MivoArg>) { }
+    void actionByValue(QList<MivoArg>) { }
+    void act(QList<MivoArg>& arguments) { arguments.value(1).toString(); }
+    void call(MivoPlugin*, QList<MivoArg>& arguments)
+    {
+        arguments.takeFirst();
+        const QList<MivoArg> left = arguments;
+        arguments.clear();
+        for (const MivoArg& argument : left)
+            argument.toString();
+        left.value(left.size()).toString();
+    }
+    void throwText(MivoPlugin*, QList<MivoArg>& arguments)
+    {
+        throw std::runtime_error(arguments.first().toString().toStdString());
+    }
+Q_SIGNALS:
+    void signal(MivoPlugin*, QList<MivoArg>&);
 };
 
 /** Its form has one label, which names the thread that the form was made in. */
@@ -201,6 +298,21 @@ private Q_SLOTS:
     void aPluginLeavesItsParent();
     void whatWasNotInitialisedIsNotShutDown();
     void theDispatcherIsForgottenWithItsHost();
+    void aRedeclaredSlotIsListedOnceAndCalled();
+    void whatIsNoPluginOfTheHostIsRefused();
+    void afterTheShutdownEveryCallIsRefused();
+    void whoAsksWhileTheHostEndsGetsNull();
+    void aCallThatIsAcceptedWhileTheHostEndsIsAnswered();
+    void aSlotWithALoopOfItsOwnEndsBeforeItsPluginGoes();
+    void aPluginThatBlocksForEverIsAbandoned_data();
+    void aPluginThatBlocksForEverIsAbandoned();
+    void aPluginThatDeletesItselfIsReportedAndNotTouched_data();
+    void aPluginThatDeletesItselfIsReportedAndNotTouched();
+    void aSlotThatNearlyFitsIsNamedWithWhatIsWrong_data();
+    void aSlotThatNearlyFitsIsNamedWithWhatIsWrong();
+    void aFailedConversionNamesItsArgument_data();
+    void aFailedConversionNamesItsArgument();
+    void aPluginWithoutANameIsNotTaken();
 };
 
 void MivoHostTest::initTestCase()
@@ -228,7 +340,8 @@ void MivoHostTest::slotsOfBothShapesAreFoundByName()
 {
     Diary diary;
     const DiaryPlugin plugin("a", diary);
-    QCOMPARE(plugin.callSlots(), QStringList({"twice", "fail", "failOddly", "block", "askOther"}));
+    QCOMPARE(plugin.callSlots(),
+             QStringList({"twice", "fail", "failOddly", "block", "loop", "askOther"}));
     QCOMPARE(plugin.actionSlots(), QStringList({"note", "failLater"}));
 }
 
@@ -325,9 +438,10 @@ void MivoHostTest::aCallThatCannotBeMadeIsRefused()
     };
     QCOMPARE(messageOf("twice"), QString("a is not running"));
     QVERIFY(host.start());
-    const QString expected = "; expected one of: twice, fail, failOddly, block, askOther";
+    const QString expected = "; expected one of: twice, fail, failOddly, block, loop, askOther";
     QCOMPARE(messageOf("thrice"), "a has no slot \"thrice\"" + expected);
-    QCOMPARE(messageOf("note"), "a has no slot \"note\"" + expected);
+    QCOMPARE(messageOf("note"),
+             "a has no slot \"note\" to call: note(QList<MivoArg>&) is an action" + expected);
     QCOMPARE(messageOf("notASlot"), "a has no slot \"notASlot\"" + expected);
     QCOMPARE(messageOf(""), "a has no slot \"\"" + expected);
 }
@@ -427,11 +541,11 @@ void MivoHostTest::anActionWithoutItsSlotIsRefused()
     // By hand, past the check: the dispatcher reports it.
     MivoPluginAction(plugin, &MivoPlugin::runByName, {MivoArg(QString("twice"))})();
     host.shutdown();
-    QCOMPARE(
-        takeLog(),
-        QStringList(
-            "a: an action failed: a has no slot twice(QList<MivoArg>&); expected one of: note, "
-            "failLater"));
+    QCOMPARE(takeLog(),
+             QStringList(
+                 "a: an action failed: a has no slot \"twice\" to run as an action: "
+                 "twice(MivoPlugin*,QList<MivoArg>&) is a synchronous call; expected one of: note, "
+                 "failLater"));
 }
 
 void MivoHostTest::postedActionsAreDeliveredBeforeTheEnd()
@@ -490,7 +604,7 @@ void MivoHostTest::aThreadThatEndsOnItsOwnIsNoObstacle()
     QVERIFY_EXCEPTION_THROWN(host.call(plugin, "twice", {}), MivoHostError);
     host.shutdown();
     QCOMPARE(takeLog(), QStringList("a: its thread has ended before its shutdown"));
-    QCOMPARE(diary.read(), QStringList({"a initialised in a", "a deleted in main"}));
+    QCOMPARE(diary.read(), QStringList({"a initialised in a", "a deleted in a"}));
 }
 
 void MivoHostTest::aPluginThatCannotBeInitialisedIsReported_data()
@@ -524,7 +638,7 @@ void MivoHostTest::aHostThatWasNotStartedFreesItsPlugins()
         MivoHost host;
         host.add(new DiaryPlugin("a", diary));
     }
-    QCOMPARE(diary.read(), QStringList("a deleted in main"));
+    QCOMPARE(diary.read(), QStringList("a deleted in a"));
 }
 
 void MivoHostTest::shuttingDownTwiceIsHarmless()
@@ -533,8 +647,8 @@ void MivoHostTest::shuttingDownTwiceIsHarmless()
     MivoHost host;
     host.add(new DiaryPlugin("a", diary));
     QVERIFY(host.start());
-    host.shutdown();
-    host.shutdown();
+    QVERIFY(host.shutdown());
+    QVERIFY(host.shutdown());
     QCOMPARE(diary.read().count("a deleted in a"), 1);
     QVERIFY(host.plugins().isEmpty());
 }
@@ -587,6 +701,399 @@ void MivoHostTest::theDispatcherIsForgottenWithItsHost()
         QCOMPARE(MivoCallActionEvent::dispatcher, host.dispatcher());
     }
     QVERIFY(!MivoCallActionEvent::dispatcher);
+}
+
+namespace {
+
+/** The message of the MivoHostError that @p piece throws. */
+template <class Piece>
+QString refusalOf(Piece piece)
+{
+    try {
+        piece();
+    } catch (const MivoHostError& error) {
+        return error.message();
+    }
+    return QString("no exception");
+}
+
+} // namespace
+
+void MivoHostTest::aRedeclaredSlotIsListedOnceAndCalled()
+{
+    Diary diary;
+    MivoHost host;
+    auto* const plugin = new DerivedDiaryPlugin("a", diary);
+    host.add(plugin);
+    QCOMPARE(plugin->callSlots(),
+             QStringList({"twice", "fail", "failOddly", "block", "loop", "askOther", "more"}));
+    QCOMPARE(plugin->actionSlots(), QStringList({"note", "failLater"}));
+    QVERIFY(host.start());
+    QCOMPARE(host.call(plugin, "twice", {}).size(), 1);
+}
+
+void MivoHostTest::whatIsNoPluginOfTheHostIsRefused()
+{
+    Diary diary;
+    MivoHost host;
+    host.add(new DiaryPlugin("a", diary));
+    QVERIFY(host.start());
+    PlainPlugin foreign;
+    const QString null = "found null; expected one of the host's plug-ins";
+    QCOMPARE(refusalOf([&] { host.call(nullptr, "nothing", {}); }), null);
+    QCOMPARE(refusalOf([&] { host.action(nullptr, "nothing", {}); }), null);
+    QCOMPARE(refusalOf([&] { host.fields(nullptr); }), null);
+    const QString other
+        = "found an object that is none, or has gone; expected one of the host's plug-ins";
+    QCOMPARE(refusalOf([&] { host.call(&foreign, "nothing", {}); }), other);
+    QCOMPARE(refusalOf([&] { host.action(&foreign, "nothing", {}); }), other);
+    QCOMPARE(refusalOf([&] { host.fields(&foreign); }), other);
+    QVERIFY(!host.threadOf(&foreign));
+}
+
+void MivoHostTest::afterTheShutdownEveryCallIsRefused()
+{
+    Diary diary;
+    MivoHost host;
+    auto* const plugin = new DiaryPlugin("a", diary);
+    host.add(plugin);
+    QVERIFY(host.start());
+    host.shutdown();
+    const QString ended = "the host has been shut down";
+    QCOMPARE(refusalOf([&] { host.call(plugin, "twice", {}); }), ended);
+    QCOMPARE(refusalOf([&] { host.action(plugin, "note", {}); }), ended);
+    QCOMPARE(refusalOf([&] { host.fields(plugin); }), ended);
+    QCOMPARE(refusalOf([&] { host.call(nullptr, "twice", {}); }), ended);
+    QVERIFY(!host.findPlugin("a"));
+    QVERIFY(!host.threadOf(plugin));
+}
+
+void MivoHostTest::whoAsksWhileTheHostEndsGetsNull()
+{
+    MivoHost host;
+    QSemaphore ending;
+    QSemaphore mayEnd;
+    MivoPlugin* foundByThread = nullptr;
+    MivoPlugin* foundByPlugin = nullptr;
+    QString refusal;
+    auto* const first = new ScriptedPlugin("first");
+    first->inShutdown = [&](ScriptedPlugin& self) {
+        foundByPlugin = self.host->findPlugin("second"); // which has gone
+        refusal = refusalOf([&] { self.host->call(foundByPlugin, "call", {}, &self); });
+    };
+    auto* const second = new ScriptedPlugin("second");
+    second->inShutdown = [&](ScriptedPlugin&) {
+        ending.release();
+        mayEnd.acquire();
+    };
+    host.add(first);
+    host.add(second);
+    QVERIFY(host.start());
+    const std::unique_ptr<QThread> thread(QThread::create([&] {
+        ending.acquire();
+        foundByThread = host.findPlugin("first");
+        if (!foundByThread)
+            foundByThread = host.plugins().value(0);
+        mayEnd.release();
+    }));
+    foundByThread = first;
+    thread->start();
+    ThreadEnd end(*thread);
+    QVERIFY(host.shutdown());
+    QVERIFY(!foundByThread);
+    QVERIFY(!foundByPlugin);
+    QCOMPARE(refusal, QString("the host has been shut down"));
+}
+
+void MivoHostTest::aCallThatIsAcceptedWhileTheHostEndsIsAnswered()
+{
+    // Threads that go on calling plug-ins while the host ends get answers or refusals, and none
+    // waits for a time-out, which would be one for this test too.
+    for (int round = 0; round < 50; ++round) {
+        Diary diary;
+        MivoHost host;
+        auto* const plugin = new DiaryPlugin("a", diary);
+        host.add(plugin);
+        QVERIFY(host.start());
+        QSemaphore calling;
+        const std::unique_ptr<QThread> thread(QThread::create([&] {
+            try {
+                while (true) {
+                    host.call(plugin, "twice", {MivoArg(1)});
+                    calling.release();
+                }
+            } catch (const MivoHostError&) {
+            }
+        }));
+        thread->start();
+        ThreadEnd end(*thread);
+        QVERIFY(calling.tryAcquire(1 + round % 3, patienceMs));
+        QVERIFY(host.shutdown());
+    }
+}
+
+void MivoHostTest::aSlotWithALoopOfItsOwnEndsBeforeItsPluginGoes()
+{
+    Diary diary;
+    MivoHost host;
+    auto* const plugin = new DiaryPlugin("a", diary);
+    host.add(plugin);
+    QVERIFY(host.start());
+    const std::unique_ptr<QThread> thread(QThread::create([&] { host.call(plugin, "loop", {}); }));
+    thread->start();
+    ThreadEnd end(*thread);
+    QVERIFY(plugin->entered.tryAcquire(1, patienceMs));
+    QVERIFY(host.shutdown());
+    QCOMPARE(diary.read(),
+             QStringList({"a initialised in a", "a shut down in a", "a left its loop in a",
+                          "a deleted in a"}));
+}
+
+void MivoHostTest::aPluginThatBlocksForEverIsAbandoned_data()
+{
+    QTest::addColumn<QString>("place");
+    QTest::addColumn<QStringList>("log");
+    const QString abandoned = "%1 does not end: its thread is abandoned";
+    QTest::newRow("a call") << "call" << QStringList(abandoned.arg("stubborn"));
+    QTest::newRow("shutdown()") << "shutdown" << QStringList(abandoned.arg("stubborn"));
+    QTest::newRow("the destructor") << "destructor" << QStringList(abandoned.arg("stubborn"));
+    QTest::newRow("an action") << "action"
+                               << QStringList(
+                                      {abandoned.arg("the dispatcher"), abandoned.arg("stubborn")});
+}
+
+void MivoHostTest::aPluginThatBlocksForEverIsAbandoned()
+{
+    QFETCH(QString, place);
+    QFETCH(QStringList, log);
+    const int abandonedBefore = MivoHost::abandonedThreads();
+    QSemaphore entered;
+    QSemaphore mayLeave;
+    QPointer<MivoPluginThread> thread;
+    QPointer<QThread> dispatcherThread;
+    Diary diary;
+    {
+        MivoHost host;
+        // For the threads that do end, too: long enough for a machine that has much to do.
+        host.setShutdownTimeout(2000);
+        auto* const stubborn = new ScriptedPlugin("stubborn");
+        const auto block = [&](ScriptedPlugin&) {
+            entered.release();
+            mayLeave.acquire();
+        };
+        stubborn->inCall = block;
+        stubborn->inAction = block;
+        if (place == "shutdown")
+            stubborn->inShutdown = block;
+        if (place == "destructor")
+            stubborn->inDestructor = block;
+        host.add(new DiaryPlugin("a", diary));
+        host.add(stubborn);
+        thread = host.threadOf(stubborn);
+        dispatcherThread = host.dispatcher()->thread();
+        QVERIFY(host.start());
+        if (place == "call") {
+            auto* const event = new MivoCallSlotEvent;
+            event->wait = new MivoWait; // answered when nobody waits for it
+            event->arguments = {MivoArg(QString("call"))};
+            event->target = stubborn;
+            event->member = &MivoPlugin::callByName;
+            QCoreApplication::postEvent(thread, event);
+        }
+        if (place == "action")
+            host.action(stubborn, "act", {})();
+        if (place == "call" || place == "action")
+            QVERIFY(entered.tryAcquire(1, patienceMs));
+        QVERIFY(!host.shutdown());
+        QVERIFY(!host.shutdown());
+    }
+    // The others have ended as ever.
+    QCOMPARE(diary.read(),
+             QStringList({"a initialised in a", "a shut down in a", "a deleted in a"}));
+    QCOMPARE(takeLog(), log);
+    QCOMPARE(MivoHost::abandonedThreads() - abandonedBefore, int(log.size()));
+    QVERIFY(thread && thread->isRunning());
+
+    // So that it does not outlive this test.
+    mayLeave.release(2);
+    thread->stop();
+    if (place == "action") {
+        dispatcherThread->quit();
+        QVERIFY(dispatcherThread->wait(patienceMs));
+    }
+}
+
+void MivoHostTest::aPluginThatDeletesItselfIsReportedAndNotTouched_data()
+{
+    QTest::addColumn<bool>("isLater");
+    QTest::newRow("delete") << false;
+    QTest::newRow("deleteLater()") << true;
+}
+
+void MivoHostTest::aPluginThatDeletesItselfIsReportedAndNotTouched()
+{
+    QFETCH(bool, isLater);
+    Diary diary;
+    MivoHost host;
+    auto* const plugin = new ScriptedPlugin("gone");
+    QSemaphore deleted;
+    plugin->inDestructor = [&](ScriptedPlugin&) { deleted.release(); };
+    plugin->inCall = [&](ScriptedPlugin& self) {
+        if (isLater)
+            self.deleteLater();
+        else
+            delete &self;
+    };
+    host.add(plugin);
+    host.add(new DiaryPlugin("a", diary));
+    QVERIFY(host.start());
+    MivoPluginThread* const thread = host.threadOf(plugin);
+    MivoPluginAction action = host.action(plugin, "act", {});
+
+    QVERIFY(host.call(plugin, "call", {}).isEmpty());
+    QVERIFY(deleted.tryAcquire(1, patienceMs));
+    QVERIFY(waitUntil([&] { return !host.findPlugin("gone"); }));
+    const QString gone
+        = "found an object that is none, or has gone; expected one of the host's plug-ins";
+    QCOMPARE(refusalOf([&] { host.call(plugin, "call", {}); }), gone);
+    QCOMPARE(refusalOf([&] { host.action(plugin, "act", {}); }), gone);
+    QCOMPARE(refusalOf([&] { host.fields(plugin); }), gone);
+    QCOMPARE(host.plugins().size(), 1);
+
+    // What goes round the host does not reach it either.
+    action();
+    QVERIFY(MivoWait::callSlot(plugin, &MivoPlugin::callByName, nullptr, {MivoArg(QString("call"))},
+                               thread)
+                .isEmpty());
+    QVERIFY(host.shutdown());
+    QCOMPARE(takeLog(),
+             QStringList({"gone: it has deleted itself, which is for its host to do",
+                          "an action is dropped: its plug-in has gone"}));
+    QVERIFY(diary.read().contains("a deleted in a"));
+}
+
+void MivoHostTest::aSlotThatNearlyFitsIsNamedWithWhatIsWrong_data()
+{
+    QTest::addColumn<QString>("slot");
+    QTest::addColumn<QString>("asCall");
+    QTest::addColumn<QString>("asAction");
+    const QString list = "takes QList<MivoArg> and not QList<MivoArg>&";
+    QTest::newRow("by value") << "byValue"
+                              << "byValue(MivoPlugin*,QList<MivoArg>) " + list
+                              << "byValue(MivoPlugin*,QList<MivoArg>) has 2 parameters and not 1";
+    QTest::newRow("by const reference")
+        << "byConstReference"
+        << "byConstReference(MivoPlugin*,QList<MivoArg>) " + list
+        << "byConstReference(MivoPlugin*,QList<MivoArg>) has 2 parameters and not 1";
+    QTest::newRow("one parameter") << "withoutSender"
+                                   << "withoutSender(int) has 1 parameters and not 2"
+                                   << "withoutSender(int) takes int and not QList<MivoArg>&";
+    QTest::newRow("another sender")
+        << "ofAnotherSender"
+        << "ofAnotherSender(QObject*,QList<MivoArg>&) takes QObject* and not MivoPlugin*"
+        << "ofAnotherSender(QObject*,QList<MivoArg>&) has 2 parameters and not 1";
+    QTest::newRow("both differ")
+        << "ofTwo"
+        << "ofTwo(QObject*,QList<MivoArg>) takes QObject* and not MivoPlugin* and " + list
+        << "ofTwo(QObject*,QList<MivoArg>) has 2 parameters and not 1";
+    QTest::newRow("an action by value")
+        << "actionByValue"
+        << "actionByValue(QList<MivoArg>) has 1 parameters and not 2"
+        << "actionByValue(QList<MivoArg>) " + list;
+    QTest::newRow("no slot") << "invokable"
+                             << "invokable(MivoPlugin*,QList<MivoArg>&) is no slot"
+                             << "invokable(MivoPlugin*,QList<MivoArg>&) is no slot";
+    QTest::newRow("a signal") << "signal"
+                              << "signal(MivoPlugin*,QList<MivoArg>&) is a signal and no slot"
+                              << "signal(MivoPlugin*,QList<MivoArg>&) is a signal and no slot";
+    QTest::newRow("Qt's own") << "deleteLater"
+                              << "deleteLater() has 0 parameters and not 2"
+                              << "deleteLater() has 0 parameters and not 1";
+    QTest::newRow("an action") << "act"
+                               << "act(QList<MivoArg>&) is an action"
+                               << "";
+    QTest::newRow("a call") << "call"
+                            << ""
+                            << "call(MivoPlugin*,QList<MivoArg>&) is a synchronous call";
+}
+
+void MivoHostTest::aSlotThatNearlyFitsIsNamedWithWhatIsWrong()
+{
+    QFETCH(QString, slot);
+    QFETCH(QString, asCall);
+    QFETCH(QString, asAction);
+    MivoHost host;
+    auto* const plugin = new NearlyPlugin;
+    host.add(plugin);
+    QVERIFY(host.start());
+    const QString start = "NearlyPlugin has no slot \"" + slot + "\" to ";
+    if (!asCall.isEmpty())
+        QCOMPARE(refusalOf([&] { host.call(plugin, slot, {}); }),
+                 start + "call: " + asCall + "; expected one of: call, throwText");
+    if (!asAction.isEmpty())
+        QCOMPARE(refusalOf([&] { host.action(plugin, slot, {}); }),
+                 start + "run as an action: " + asAction + "; expected one of: act");
+}
+
+void MivoHostTest::aFailedConversionNamesItsArgument_data()
+{
+    QTest::addColumn<QString>("slot");
+    QTest::addColumn<QList<MivoArg>>("arguments");
+    QTest::addColumn<QString>("reason");
+    const MivoArg text{QString("a text")};
+    const QString fromInt = "MivoArg: cannot convert MivoArg::Int to MivoArg::String";
+    const QString fromNone = "MivoArg: cannot convert MivoArg::None to MivoArg::String";
+    // The slot takes the first off the list, and reads the others.
+    QTest::newRow("the second") << "call" << QList<MivoArg>{text, 1, text}
+                                << fromInt + " (argument 2)";
+    QTest::newRow("the third") << "call" << QList<MivoArg>{text, text, 1}
+                               << fromInt + " (argument 3)";
+    QTest::newRow("two of the kind") << "call" << QList<MivoArg>{1, 1, text} << fromInt;
+    QTest::newRow("three of the kind") << "call" << QList<MivoArg>{1, 1, 1} << fromInt;
+    QTest::newRow("an empty one") << "call" << QList<MivoArg>{text, MivoArg()}
+                                  << fromNone + " (argument 2)";
+    QTest::newRow("one too few") << "call" << QList<MivoArg>{text, text}
+                                 << fromNone + " (arguments given: 2)";
+    QTest::newRow("another error") << "throwText" << QList<MivoArg>{text} << "a text";
+    QTest::newRow("a text much like it")
+        << "throwText" << QList<MivoArg>{MivoArg(fromInt + "s"), MivoArg(1)} << fromInt + "s";
+}
+
+void MivoHostTest::aFailedConversionNamesItsArgument()
+{
+    QFETCH(QString, slot);
+    QFETCH(QList<MivoArg>, arguments);
+    QFETCH(QString, reason);
+    MivoHost host;
+    auto* const plugin = new NearlyPlugin;
+    host.add(plugin);
+    QVERIFY(host.start());
+    QCOMPARE(refusalOf([&] { host.call(plugin, slot, arguments); }),
+             QString("NearlyPlugin: %1 failed: %2").arg(slot, reason));
+
+    // An action's goes to the log.
+    host.action(plugin, "act", {MivoArg(true), MivoArg(7)})();
+    host.shutdown();
+    QCOMPARE(takeLog(),
+             QStringList("NearlyPlugin: an action failed: MivoArg: cannot convert MivoArg::Int to "
+                         "MivoArg::String "
+                         "(argument 2)"));
+}
+
+void MivoHostTest::aPluginWithoutANameIsNotTaken()
+{
+    class Nameless : public MivoPlugin
+    {
+    public:
+        QString name() const override { throw std::runtime_error("none"); }
+    };
+    MivoHost host;
+    QObject parent;
+    auto* const plugin = new Nameless;
+    plugin->setParent(&parent);
+    QVERIFY_EXCEPTION_THROWN(host.add(plugin), std::runtime_error);
+    QCOMPARE(plugin->parent(), &parent);
+    QVERIFY(host.plugins().isEmpty());
 }
 
 QTEST_GUILESS_MAIN(MivoHostTest)

@@ -51,7 +51,8 @@ void MivoHostCommandTest::callFailsWithOneSentence_data()
         << QStringList({"fail", "string:boom"}) << "echo: fail failed: boom";
     QTest::newRow("a wrong kind")
         << QStringList({"sum", "string:x"})
-        << "echo: sum failed: MivoArg: cannot convert MivoArg::String to MivoArg::Int";
+        << "echo: sum failed: MivoArg: cannot convert MivoArg::String to MivoArg::Int "
+           "(argument 1)";
     QTest::newRow("an overflow") << QStringList({"sum", "int:2147483647", "int:1"})
                                  << "echo: sum failed: the sum does not fit an Int";
     QTest::newRow("no such slot") << QStringList({"nosuch"})

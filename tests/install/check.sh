@@ -167,6 +167,26 @@ TEXT
         || fail "the folder without host headers is not named: $(<"$work/refused.log")"
 }
 
+# A messenger that has a host of its own installs the data alone, and builds plug-ins all the same.
+step_courier() {
+    local data=$work/data build=$work/courier
+    rm -rf "$data" "$build"
+    cmake --install "$work/build" --component companions --prefix "$data" >/dev/null
+    cmake --install "$work/build" --component data --prefix "$data" >/dev/null
+    cmake -G Ninja -S "$source_dir/tests/install/courier" -B "$build" -DCMAKE_PREFIX_PATH="$data"
+    cmake --build "$build"
+    grep -q '"interface": 7,' "$build/courier_stamp/mivo_plugin.json" \
+        || fail "the stamp is not that of the messenger's own interface"
+    # A host that does not have that interface says so.
+    "$moved/bin/mivo-host" plugins "$build/courier.so" |& grep -F 'found a plug-in for interface 7;' \
+        || fail "the plug-in was not refused"
+    if cmake -G Ninja -S "$source_dir/tests/install/courier" -B "$build" -DHOSTLESS=ON &>"$build/log"; then
+        fail "a plug-in without a host was configured"
+    fi
+    tr -s ' \n' ' ' <"$build/log" | grep -F 'there is no target Mivo::Host. Name the component Host' \
+        || fail "the missing component is not named"
+}
+
 # The library on companions that were installed beforehand into a prefix of their own: it passes its
 # tests, and what is installed of it is used together with them.
 step_companions() {

@@ -66,6 +66,26 @@ void useUtf8()
         setenv("LC_ALL", "C.UTF-8", 1);
 }
 
+int run(const QStringList& arguments)
+{
+    const QString name = arguments.value(0);
+    if (name == "--help") {
+        Console::outLines(usage());
+        return Success;
+    }
+    for (const Command& command : commands()) {
+        if (name == command.name)
+            return run(command, arguments.mid(1));
+    }
+    if (name.isEmpty())
+        Console::error("mivo-host: found no command; expected one");
+    else
+        Console::error(
+            QString("mivo-host: found the command \"%1\"; expected one of these").arg(name));
+    Console::errorLines(usage());
+    return WrongUsage;
+}
+
 void writeMessage(QtMsgType, const QMessageLogContext&, const QString& message)
 {
     Console::error(message);
@@ -84,20 +104,9 @@ int main(int argc, char** argv)
     qInstallMessageHandler(writeMessage);
     MivoHostLog::setWriter(writeLog);
 
-    const QString name = arguments.value(0);
-    if (name == "--help") {
-        Console::outLines(usage());
-        return Success;
-    }
-    for (const Command& command : commands()) {
-        if (name == command.name)
-            return run(command, arguments.mid(1));
-    }
-    if (name.isEmpty())
-        Console::error("mivo-host: found no command; expected one");
-    else
-        Console::error(
-            QString("mivo-host: found the command \"%1\"; expected one of these").arg(name));
-    Console::errorLines(usage());
-    return WrongUsage;
+    const int status = run(arguments);
+    // What a thread still uses that had to be abandoned must not be destroyed under it.
+    if (MivoHost::abandonedThreads() > 0)
+        std::_Exit(CallFailed);
+    return status;
 }

@@ -6,3 +6,5 @@ void GreeterPlugin::greet(MivoPlugin*, QList<MivoArg>& arguments)
     arguments.clear();
     arguments.append(QString::fromLatin1("Hello, %1!").arg(name));
 }
+
+MIVO_EXPORT_PLUGIN(greeter, GreeterPlugin)
