@@ -25,5 +25,5 @@ if(MivoCompanions_FOUND AND NOT TARGET Mivo::Core)
     set_target_properties(Mivo::Xml PROPERTIES
         IMPORTED_LOCATION "${MivoCompanions_XML_LIBRARY}"
         INTERFACE_INCLUDE_DIRECTORIES "${MivoCompanions_XML_INCLUDE_DIR}"
-        INTERFACE_LINK_LIBRARIES "${mivo_qt_prefix}Core;${mivo_qt_prefix}Xml")
+        INTERFACE_LINK_LIBRARIES ${mivo_qt_prefix}Core)
 endif()

@@ -58,7 +58,6 @@ if(MIVO_USE_INSTALLED_COMPANIONS)
     mivo_install_pkgconfig(data mivo_data
         DESCRIPTION "${PROJECT_DESCRIPTION}"
         REQUIRES ${mivo_pc_qt}Core
-        PRIVATE ${mivo_pc_qt}Xml
         CFLAGS "-I${MivoCompanions_INCLUDE_DIR}"
         LIBS "-L${companions_dir}" -lmivo_xml -lmivo_core)
 else()
@@ -68,7 +67,7 @@ else()
         REQUIRES ${mivo_pc_qt}Core)
     mivo_install_pkgconfig(companions mivo_xml
         DESCRIPTION "XML elements of the messenger"
-        REQUIRES ${mivo_pc_qt}Core ${mivo_pc_qt}Xml)
+        REQUIRES ${mivo_pc_qt}Core)
     mivo_install_pkgconfig(data mivo_data
         DESCRIPTION "${PROJECT_DESCRIPTION}"
         REQUIRES ${mivo_pc_qt}Core mivo_xml

@@ -4,7 +4,7 @@ if(NOT MIVO_QT_MAJOR MATCHES "^[456]$")
     message(FATAL_ERROR "MIVO_QT_MAJOR is \"${MIVO_QT_MAJOR}\"; expected 6, 5 or 4.")
 endif()
 
-set(mivo_qt_modules Core Xml)
+set(mivo_qt_modules Core)
 set(mivo_qt_test_modules)
 if(MIVO_BUILD_TESTS AND MIVO_QT_MAJOR GREATER 4) # there are none with Qt 4
     set(mivo_qt_test_modules Test)

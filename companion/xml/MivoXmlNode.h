@@ -2,9 +2,7 @@
 #define MIVOXMLNODE_H
 
 #include <QByteArray>
-#include <QDomElement>
 #include <QList>
-#include <QSharedDataPointer>
 #include <QString>
 
 #ifdef MIVO_XML_BUILD
@@ -13,17 +11,19 @@
 #define MIVO_XML_EXPORT Q_DECL_IMPORT
 #endif
 
-class MivoXmlDocuments;
+class MivoXmlElement;
 class QDebug;
 
 /**
- * Stand-in for the messenger's XML library: a handle to an element of an XML document.
+ * Stand-in for the messenger's XML library: a handle to an element of a tree.
  *
- * Copies refer to the same element, so a change through one handle is seen through all; an element
- * lives as long as a handle to it or to its document does. Handles may be used in every thread, but
- * those to one document in only one thread at a time; documents between which elements have been
- * moved count as one. Every operation is safe on a null handle: getters answer null strings, null
- * handles and empty lists, the others do nothing.
+ * Copies refer to the same element, so a change through one handle is seen through all. An element
+ * lives as long as a handle to it, to an element that holds it or to its root does; what outlives
+ * the element that held it is a root itself from then on. Handles may be used in every thread, but
+ * those to elements of one tree in only one thread at a time; as long as there is a handle to its
+ * root, other threads may copy their handles and let go of them meanwhile. Every operation is safe
+ * on a null handle: getters answer null strings, null handles and empty lists, the others do
+ * nothing.
  *
  * Text is kept as it is given. Names must be XML names, with at most one colon: what is given
  * another name is not made.
@@ -35,12 +35,15 @@ public:
     MivoXmlNode();
     /**
      * A new element, the last child of @p parent or, when that is null or a null handle, the root
-     * of a document of its own. A @p name that is no XML name, such as the empty one, makes a null
+     * of a tree of its own. A @p name that is no XML name, such as the empty one, makes a null
      * handle.
      */
     explicit MivoXmlNode(const QString& name, MivoXmlNode* parent = nullptr);
     MivoXmlNode(const MivoXmlNode& other);
+    /** Leaves @p other a null handle. */
+    MivoXmlNode(MivoXmlNode&& other) noexcept;
     MivoXmlNode& operator=(const MivoXmlNode& other);
+    MivoXmlNode& operator=(MivoXmlNode&& other) noexcept;
     ~MivoXmlNode();
 
     /** Whether both handles refer to the same element, or both are null. */
@@ -81,22 +84,26 @@ public:
     /** Appends a new element and answers it; a null handle when @p name is no XML name. */
     MivoXmlNode addChild(const QString& name);
     /**
-     * Makes @p child the last child, taken from wherever it was, another document included: all
-     * handles to it stay valid. Nothing happens when it is this element or holds it.
+     * Makes @p child the last child, taken from wherever it was, another tree included: all handles
+     * to it stay valid. Nothing happens when it is this element or holds it.
      */
     void appendChild(const MivoXmlNode& child);
 
     /**
-     * The element as well-formed UTF-8 without an XML declaration, the same bytes in every run:
-     * attributes are sorted by name, and what XML cannot carry (control characters, lone
-     * surrogates, U+FFFE and U+FFFF) becomes U+FFFD. Elements that hold elements only are laid out
-     * in lines, each level @p indent blanks (at most 16) deeper, with a line end behind the last;
-     * with a negative @p indent all is written without a break. Empty for a null handle.
+     * The element as well-formed UTF-8 without an XML declaration, the same bytes in every run and
+     * on every Qt: attributes are sorted by name, and what XML cannot carry (control characters,
+     * lone surrogates, U+FFFE and U+FFFF) becomes U+FFFD. Characters that Qt 4.8 takes for none
+     * (U+FDD0 to U+FDEF and the last two of the planes 1 to 16) are written as references. Elements
+     * that hold elements only are laid out in lines, each level @p indent blanks (at most 16)
+     * deeper, with a line end behind the last; with a negative @p indent all is written without a
+     * break. Empty for a null handle.
      */
     QByteArray toXml(int indent = 2) const;
 
     /**
-     * Reads a document that is at most 256 elements deep and has no document type declaration.
+     * Reads a document of at most 256 MiB and 256 levels, with at most 1,000 attributes in a start
+     * tag and without a document type declaration, in UTF-8, UTF-16, UTF-32, US-ASCII or a set of
+     * one byte a character that Qt knows. Refusing one takes no more than reading a good one.
      * parse(node.toXml()) gives back every name and text that XML can carry. White space between
      * elements that have no other text beside them is layout and dropped, unless the element holds
      * a CDATA section; so are comments and processing instructions.
@@ -107,12 +114,9 @@ public:
     static MivoXmlNode parse(const QByteArray& xml, QString* error = nullptr);
 
 private:
-    typedef QExplicitlySharedDataPointer<MivoXmlDocuments> Documents;
+    explicit MivoXmlNode(MivoXmlElement* element); // takes over a share of it
 
-    MivoXmlNode(const Documents& documents, const QDomElement& element);
-
-    Documents documents; // keeps the element's document alive, wherever the element is moved
-    QDomElement element;
+    MivoXmlElement* d = nullptr;
 };
 
 Q_DECLARE_TYPEINFO(MivoXmlNode, Q_MOVABLE_TYPE);

@@ -89,6 +89,8 @@ step_symbols() {
             -e '^(mivo_[a-z_]+|qHash|operator<<|swap|buddyLessThan|groupLessThan)\(.*' \
             -e '^qt_plugin_' || true)
         [[ -z $foreign ]] || fail "$library exports what is not the project's:" "$foreign"
+        ! readelf -d "$library" | grep NEEDED | grep -E 'Qt[0-9]*Xml' \
+            || fail "$library needs QtXml"
     done
     ! readelf -d "$moved/lib/libmivo_data.so" | grep NEEDED | grep -E 'mivo_host|Gui|Widgets' \
         || fail "libmivo_data needs a library that it must not know"
