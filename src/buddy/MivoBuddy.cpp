@@ -77,6 +77,12 @@ MivoBuddy* MivoBuddyPrivate::link() const
     }
 }
 
+bool MivoBuddyPrivate::leadsElsewhere(const MivoBuddy& link, const MivoBuddy& container)
+{
+    return link.d && link.d != container.d && link.d->kindData
+        && (link.d->type == MivoBuddy::Group || link.d->type == MivoBuddy::Meta);
+}
+
 MivoBuddy MivoBuddyPrivate::backLink() const
 {
     const QMutexLocker locker(&linkLock);
@@ -84,14 +90,22 @@ MivoBuddy MivoBuddyPrivate::backLink() const
     return current ? *current : MivoBuddy();
 }
 
-void MivoBuddyPrivate::setBackLink(const MivoBuddy& container)
+const MivoBuddyPrivate* MivoBuddyPrivate::backLinkAddress() const
 {
-    MivoBuddy released;
+    const QMutexLocker locker(&linkLock);
+    const MivoBuddy* const current = link();
+    return current ? current->d : nullptr;
+}
+
+MivoBuddy MivoBuddyPrivate::setBackLink(const MivoBuddy& container)
+{
+    MivoBuddy previous;
     const QMutexLocker locker(&linkLock);
     if (MivoBuddy* const current = link()) {
-        released = *current;
-        *current = container;
+        previous = container;
+        swap(*current, previous);
     }
+    return previous;
 }
 
 bool MivoBuddyPrivate::replaceBackLink(const MivoBuddy& expected, const MivoBuddy& container)
@@ -103,8 +117,26 @@ bool MivoBuddyPrivate::replaceBackLink(const MivoBuddy& expected, const MivoBudd
         return !expected.isValid();
     if (*current != expected)
         return false;
-    released = *current;
-    *current = container;
+    released = container;
+    swap(*current, released);
+    return true;
+}
+
+bool MivoBuddyPrivate::isLinkedElsewhere(const MivoBuddy& container) const
+{
+    const QMutexLocker locker(&linkLock);
+    const MivoBuddy* const current = link();
+    return current && leadsElsewhere(*current, container);
+}
+
+bool MivoBuddyPrivate::exchangeBackLinkUnlessElsewhere(MivoBuddy& container)
+{
+    const QMutexLocker locker(&linkLock);
+    MivoBuddy* const current = link();
+    if (current && leadsElsewhere(*current, container))
+        return false;
+    if (current)
+        swap(*current, container);
     return true;
 }
 
@@ -122,6 +154,12 @@ MivoBuddy::MivoBuddy(const MivoBuddy& other)
     : d(other.d)
 {
     tAtomicAttach(d);
+}
+
+MivoBuddy::MivoBuddy(MivoBuddy&& other) noexcept
+    : d(other.d)
+{
+    other.d = nullptr;
 }
 
 MivoBuddy::MivoBuddy(Type type, const MivoBuddy& other)
@@ -144,6 +182,17 @@ MivoBuddy& MivoBuddy::operator=(const MivoBuddy& other)
         tAtomicAttach(d);
         tAtomicDetach(released);
     }
+    return *this;
+}
+
+MivoBuddy& MivoBuddy::operator=(MivoBuddy&& other) noexcept
+{
+    // In this order for the same reason; it also leaves a handle that is moved to itself alone.
+    MivoBuddyPrivate* const taken = other.d;
+    other.d = nullptr;
+    MivoBuddyPrivate* const released = d;
+    d = taken;
+    tAtomicDetach(released);
     return *this;
 }
 

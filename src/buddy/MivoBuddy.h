@@ -43,8 +43,11 @@ public:
      */
     MivoBuddy(const QString& display, Type type);
     MivoBuddy(const MivoBuddy& other);
+    /** Takes @p other's entry and leaves it invalid, as the assignment does. */
+    MivoBuddy(MivoBuddy&& other) noexcept;
     virtual ~MivoBuddy();
     MivoBuddy& operator=(const MivoBuddy& other);
+    MivoBuddy& operator=(MivoBuddy&& other) noexcept;
 
     /** Whether both are handles of the same entry, or both invalid. */
     bool operator==(const MivoBuddy& other) const;

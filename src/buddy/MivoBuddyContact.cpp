@@ -39,9 +39,13 @@ MivoBuddyContact::MivoBuddyContact(const MivoBuddy& other)
 
 MivoBuddyContact::MivoBuddyContact(const MivoBuddyContact& other) = default;
 
+MivoBuddyContact::MivoBuddyContact(MivoBuddyContact&& other) noexcept = default;
+
 MivoBuddyContact::~MivoBuddyContact() = default;
 
 MivoBuddyContact& MivoBuddyContact::operator=(const MivoBuddyContact& other) = default;
+
+MivoBuddyContact& MivoBuddyContact::operator=(MivoBuddyContact&& other) noexcept = default;
 
 MivoAccountConnection* MivoBuddyContact::getAccount() const
 {

@@ -39,8 +39,10 @@ public:
     /** The same contact; invalid if @p other is not a contact. */
     MivoBuddyContact(const MivoBuddy& other);
     MivoBuddyContact(const MivoBuddyContact& other);
+    MivoBuddyContact(MivoBuddyContact&& other) noexcept;
     ~MivoBuddyContact() override;
     MivoBuddyContact& operator=(const MivoBuddyContact& other);
+    MivoBuddyContact& operator=(MivoBuddyContact&& other) noexcept;
 
     MivoAccountConnection* getAccount() const;
     void setAccount(MivoAccountConnection* account);

@@ -2,53 +2,52 @@
 
 #include "MivoBuddyGroup_p.h"
 #include "MivoBuddyIndex_p.h"
-#include "MivoBuddyMerged.h"
+#include "MivoBuddyMerged_p.h"
 #include "MivoBuddyMeta_p.h"
+#include "MivoQt_p.h"
 
 #include <QMutexLocker>
 
 #include <algorithm>
 #include <mutex>
-#include <thread>
+#include <new>
 
 namespace {
 
-/** Whether a member of that kind can hold contacts in turn. */
-bool isNested(MivoBuddy::Type type)
+/**
+ * Held by a contact's move from one container to another, and so by all who wait for a container's
+ * lock while they hold another's. Initialised at compile time: static objects may move contacts.
+ */
+std::mutex movesMutex;
+
+/** Whether @p nested, a meta-contact or merged contact, contains @p contact. */
+bool isIn(const MivoBuddy& nested, const MivoBuddyContact& contact)
 {
-    return type == MivoBuddy::Meta || type == MivoBuddy::Merged;
+    return nested.getType() == MivoBuddy::Merged
+        ? MivoBuddyMergedPrivate::contains(nested, contact)
+        : MivoBuddyContainer(nested).containsContact(contact);
 }
 
 } // namespace
 
-MivoBuddyIndex::MivoBuddyIndex()
-    : nested(0)
-    , length(0)
-    , first(nullptr)
-    , last(nullptr)
-{
-}
-
 MivoBuddyContainer::MivoBuddyContainer(const MivoBuddy& container)
-    : self(container)
+    : self(&container)
     , children(nullptr)
     , lock(nullptr)
+    , childrenMutex(nullptr)
     , index(nullptr)
 {
-    if (MivoBuddyGroupPrivate* const group = MivoBuddyGroupPrivate::get(self)) {
+    if (MivoBuddyGroupPrivate* const group = MivoBuddyGroupPrivate::get(container)) {
         children = &group->children;
         lock = &group->lock;
+        childrenMutex = &group->childrenMutex;
         index = &group->index;
-    } else if (MivoBuddyMetaPrivate* const meta = MivoBuddyMetaPrivate::get(self)) {
+    } else if (MivoBuddyMetaPrivate* const meta = MivoBuddyMetaPrivate::get(container)) {
         children = &meta->children;
         lock = &meta->lock;
+        childrenMutex = &meta->childrenMutex;
         index = &meta->index;
     }
-}
-
-bool MivoBuddyContainer::isValid() const
-{
-    return children;
 }
 
 bool MivoBuddyContainer::accepts(MivoBuddy::Type type) const
@@ -60,70 +59,104 @@ bool MivoBuddyContainer::accepts(MivoBuddy::Type type) const
         return false;
     case MivoBuddy::Meta:
     case MivoBuddy::Temporary:
-        return self.getType() == MivoBuddy::Group;
+        return self->getType() == MivoBuddy::Group;
     default:
         return true;
     }
 }
 
-bool MivoBuddyContainer::add(const MivoBuddy& newMember)
+bool MivoBuddyContainer::add(const MivoBuddy& entry)
 {
     if (!isValid())
         return false;
-    // A copy: the reference may lead into the list that the entry is about to leave.
-    const MivoBuddy entry(newMember); // NOLINT(performance-unnecessary-copy-initialization)
+    // Only a contact leaves the container that held it before.
+    const bool canMove = entry.getType() == MivoBuddy::Contact;
+    bool moves = canMove && MivoBuddyPrivate::get(entry)->isLinkedElsewhere(*self);
     for (;;) {
-        MivoBuddy oldParent; // released after the locks: this may be its last handle
-        {
-            const QMutexLocker locker(lock);
-            if (!accepts(entry.getType()) || lookUp(entry))
-                return false;
-            MivoBuddyPrivate* const record = MivoBuddyPrivate::get(entry);
-            oldParent = record->backLink();
-            if (entry.getType() != MivoBuddy::Contact) {
-                // Only a contact leaves the container that held it before.
-                record->setBackLink(self);
-                append(entry);
-                return true;
-            }
-            if (move(entry, oldParent) == Done)
-                return true;
-        }
-        std::this_thread::yield();
+        MivoBuddy previousLink; // released after the locks: this may be its last handle
+        std::unique_lock<std::mutex> movesLocker(movesMutex, std::defer_lock);
+        if (moves)
+            movesLocker.lock();
+        const QMutexLocker locker(lock);
+        if (!accepts(entry.getType()))
+            return false;
+        if (moves)
+            return move(entry, &previousLink);
+        const bool added = addUnlessElsewhere(entry, canMove ? &moves : nullptr, &previousLink);
+        if (!moves)
+            return added;
+        // Another container has got the entry while this one's lock was waited for.
     }
 }
 
-MivoBuddyContainer::Outcome MivoBuddyContainer::move(const MivoBuddy& entry,
-                                                     const MivoBuddy& oldParent)
+/**
+ * Appends @p entry, if it is no member, and sets its back-link. If @p isElsewhere is given and the
+ * back-link leads to another container, answers so and changes nothing.
+ */
+bool MivoBuddyContainer::addUnlessElsewhere(const MivoBuddy& entry, bool* isElsewhere,
+                                            MivoBuddy* previousLink)
 {
-    MivoBuddyContainer old(oldParent == self ? MivoBuddy() : oldParent);
-    std::unique_lock<QMutex> oldLock;
-    if (old.isValid()) {
-        // Never waited for: another thread may be moving an entry the opposite way.
-        if (!old.lock->tryLock())
-            return TryAgain;
-        oldLock = std::unique_lock<QMutex>(*old.lock, std::adopt_lock);
+    MivoBuddyPrivate* const record = MivoBuddyPrivate::get(entry);
+    const QMutexLocker childrenLocker(childrenMutex);
+    if (find(record) >= 0)
+        return false;
+    children->append(entry);
+    if (!isElsewhere) {
+        *previousLink = record->setBackLink(*self);
+        return true;
     }
-    // Another thread may have moved the entry before the lock was had.
-    if (!MivoBuddyPrivate::get(entry)->replaceBackLink(oldParent, self))
-        return TryAgain;
-    append(entry);
-    if (old.isValid())
-        old.removeAll(entry);
-    return Done;
+    *previousLink = *self;
+    if (record->exchangeBackLinkUnlessElsewhere(*previousLink))
+        return true;
+    children->removeLast();
+    *isElsewhere = true;
+    return false;
+}
+
+/** Moves @p entry, a contact, here from where its back-link leads, which @p oldParent then holds. */
+bool MivoBuddyContainer::move(const MivoBuddy& entry, MivoBuddy* oldParent)
+{
+    MivoBuddyPrivate* const record = MivoBuddyPrivate::get(entry);
+    if (contains(entry))
+        return false;
+    for (;;) {
+        *oldParent = record->backLink();
+        MivoBuddyContainer old(*oldParent);
+        std::unique_lock<QMutex> oldLocker;
+        const bool leavesOld = old.isValid() && *oldParent != *self;
+        if (leavesOld)
+            oldLocker = std::unique_lock<QMutex>(*old.lock);
+        if (record->backLinkAddress() != MivoBuddyPrivate::get(*oldParent))
+            continue; // somebody has moved it while the lock was waited for
+        if (leavesOld) {
+            // All that can fail comes first.
+            const QMutexLocker oldChildrenLocker(old.childrenMutex);
+            mivoDetach(*old.children);
+        }
+        {
+            const QMutexLocker childrenLocker(childrenMutex);
+            children->append(entry);
+        }
+        record->setBackLink(*self);
+        if (leavesOld)
+            old.removeAll(record);
+        return true;
+    }
 }
 
 int MivoBuddyContainer::remove(const MivoBuddy& member)
 {
     if (!isValid())
         return -1;
-    // A copy, as in add().
+    // The references may lead into the list and into the entry's back-link.
     const MivoBuddy entry(member); // NOLINT(performance-unnecessary-copy-initialization)
+    const MivoBuddy container(*self); // NOLINT(performance-unnecessary-copy-initialization)
     const QMutexLocker locker(lock);
+    const int removed = removeAll(MivoBuddyPrivate::get(entry));
     // A meta-contact leaves the back-link alone, on purpose.
-    if (self.getType() == MivoBuddy::Group && entry.isValid())
-        MivoBuddyPrivate::get(entry)->replaceBackLink(self, MivoBuddy());
-    return removeAll(entry);
+    if (container.getType() == MivoBuddy::Group && entry.isValid())
+        MivoBuddyPrivate::get(entry)->replaceBackLink(container, MivoBuddy());
+    return removed;
 }
 
 MivoBuddy MivoBuddyContainer::takeAt(int i)
@@ -131,17 +164,12 @@ MivoBuddy MivoBuddyContainer::takeAt(int i)
     if (!isValid())
         return MivoBuddy();
     const QMutexLocker locker(lock);
-    const QMutexLocker indexLocker(&index->mutex);
+    const QMutexLocker childrenLocker(childrenMutex);
     if (i < 0 || i >= children->size())
         return MivoBuddy();
-    refreshIndex();
-    const MivoBuddy entry = children->takeAt(i);
-    const MivoBuddyPrivate* const record = MivoBuddyPrivate::get(entry);
-    if (--index->occurrences[record] == 0)
-        index->occurrences.remove(record);
-    if (isNested(entry.getType()))
-        --index->nested;
-    markIndexFresh();
+    mivoDetach(*children);
+    MivoBuddy entry = children->at(i);
+    removeAt(i);
     return entry;
 }
 
@@ -166,149 +194,123 @@ void MivoBuddyContainer::sort()
     if (!isValid())
         return;
     const QMutexLocker locker(lock);
-    const QMutexLocker indexLocker(&index->mutex);
+    const QMutexLocker childrenLocker(childrenMutex);
+    mivoDetach(*children);
+    if (MivoBuddyIndex* const known = indexOfLongList())
+        known->reverse(*children);
     // What qStableSort() makes of buddyLessThan(), at every length; Qt 6 has no such function, and
     // for std::stable_sort() that is no order.
-    refreshIndex();
-    std::reverse(children->begin(), children->end());
-    markIndexFresh();
+    QList<MivoBuddy>::iterator front = children->begin();
+    QList<MivoBuddy>::iterator back = children->end();
+    while (back - front > 1)
+        MivoBuddyPrivate::swap(*front++, *--back);
 }
 
 void MivoBuddyContainer::addNewMeta(QHash<QString, MivoBuddyMeta>& metas, const MivoBuddyMeta& meta)
 {
-    MivoBuddyPrivate::get(meta)->setBackLink(self);
-    {
-        const QMutexLocker indexLocker(&index->mutex);
-        metas.insert(meta.getDisplay(), meta);
+    const QMutexLocker childrenLocker(childrenMutex);
+    children->append(meta);
+    try {
+        mivoInsert(metas, meta.getDisplay(), meta);
+    } catch (...) {
+        children->removeLast();
+        throw;
     }
-    append(meta);
+    MivoBuddyPrivate::get(meta)->setBackLink(*self);
 }
 
 bool MivoBuddyContainer::contains(const MivoBuddy& entry) const
 {
-    return isValid() && lookUp(entry);
+    if (!isValid())
+        return false;
+    const QMutexLocker childrenLocker(childrenMutex);
+    return find(MivoBuddyPrivate::get(entry)) >= 0;
 }
 
 bool MivoBuddyContainer::containsContact(const MivoBuddyContact& contact) const
 {
     if (!isValid())
         return false;
-    {
-        const QMutexLocker indexLocker(&index->mutex);
-        refreshIndex();
-        if (contact.getType() == MivoBuddy::Contact && holds(contact))
-            return true;
-        if (index->nested == 0)
-            return false;
+    const MivoBuddyPrivate* const record = MivoBuddyPrivate::get(contact);
+    const QMutexLocker childrenLocker(childrenMutex);
+    if (contact.getType() == MivoBuddy::Contact && find(record) >= 0)
+        return true;
+    if (self->getType() == MivoBuddy::Meta) {
+        return anyNested([&contact](const MivoBuddy& member) {
+            return member.getType() == MivoBuddy::Merged && isIn(member, contact);
+        });
     }
-    const bool isGroup = self.getType() == MivoBuddy::Group;
-    if (isGroup) {
-        // First where the contact itself says that it is: a group may have many meta-contacts.
-        const MivoBuddyMeta parent(contact.getParent());
-        if (parent.isValid() && lookUp(parent) && parent.containsContact(contact))
-            return true;
-    }
-    QList<MivoBuddy> nested; // not a shared copy of the list, which may be changed meanwhile
-    {
-        const QMutexLocker indexLocker(&index->mutex);
-        for (int i = 0; i < children->size(); ++i) {
-            const MivoBuddy& member = children->at(i);
-            if (isNested(member.getType()))
-                nested.append(member);
-        }
-    }
-    for (int i = 0; i < nested.size(); ++i) {
-        const MivoBuddy& member = nested.at(i);
-        if (member.getType() == MivoBuddy::Merged
-            && MivoBuddyMerged(member).containsContact(contact))
-            return true;
-        if (isGroup && member.getType() == MivoBuddy::Meta
-            && MivoBuddyMeta(member).containsContact(contact))
-            return true;
-    }
-    return false;
+    // A group may have many meta-contacts: the one that the contact names comes first.
+    const MivoBuddyPrivate* const parent = record ? record->backLinkAddress() : nullptr;
+    const int i = parent && parent != MivoBuddyPrivate::get(*self) ? find(parent) : -1;
+    if (i >= 0 && MivoBuddyIndex::isNested(children->at(i)) && isIn(children->at(i), contact))
+        return true;
+    return anyNested([&contact, parent](const MivoBuddy& member) {
+        return MivoBuddyPrivate::get(member) != parent && isIn(member, contact);
+    });
 }
 
 bool MivoBuddyContainer::containsMeta(const QHash<QString, MivoBuddyMeta>& metas,
                                       const QString& name) const
 {
-    const QMutexLocker indexLocker(&index->mutex);
+    const QMutexLocker childrenLocker(childrenMutex);
     return metas.contains(name);
 }
 
-void MivoBuddyContainer::refreshIndex() const
+int MivoBuddyContainer::removeAll(const MivoBuddyPrivate* record)
 {
-    if (isIndexFresh())
-        return;
-    index->occurrences.clear();
-    index->nested = 0;
-    for (int i = 0; i < children->size(); ++i) {
-        const MivoBuddy& entry = children->at(i);
-        ++index->occurrences[MivoBuddyPrivate::get(entry)];
-        if (isNested(entry.getType()))
-            ++index->nested;
+    const QMutexLocker childrenLocker(childrenMutex);
+    const int i = find(record);
+    if (i < 0)
+        return 0;
+    mivoDetach(*children);
+    MivoBuddyIndex* const known = indexOfLongList();
+    if (known && known->knowsEachOnce()) {
+        removeAt(i);
+        return 1;
     }
-    markIndexFresh();
-}
-
-bool MivoBuddyContainer::isIndexFresh() const
-{
-    const QList<MivoBuddy>& list = *children; // const: first() and last() detach a shared list
-    return index->length == list.size()
-        && (list.isEmpty()
-            || (index->first == MivoBuddyPrivate::get(list.first())
-                && index->last == MivoBuddyPrivate::get(list.last())));
-}
-
-void MivoBuddyContainer::markIndexFresh() const
-{
-    const QList<MivoBuddy>& list = *children;
-    index->length = static_cast<int>(list.size());
-    index->first = list.isEmpty() ? nullptr : MivoBuddyPrivate::get(list.first());
-    index->last = list.isEmpty() ? nullptr : MivoBuddyPrivate::get(list.last());
-}
-
-bool MivoBuddyContainer::holds(const MivoBuddy& entry) const
-{
-    refreshIndex();
-    return index->occurrences.contains(MivoBuddyPrivate::get(entry));
-}
-
-bool MivoBuddyContainer::lookUp(const MivoBuddy& entry) const
-{
-    const QMutexLocker indexLocker(&index->mutex);
-    return holds(entry);
-}
-
-void MivoBuddyContainer::append(const MivoBuddy& entry)
-{
-    const QMutexLocker indexLocker(&index->mutex);
-    refreshIndex();
-    children->append(entry);
-    ++index->occurrences[MivoBuddyPrivate::get(entry)];
-    if (isNested(entry.getType()))
-        ++index->nested;
-    markIndexFresh();
-}
-
-int MivoBuddyContainer::removeAll(const MivoBuddy& entry)
-{
-    const QMutexLocker indexLocker(&index->mutex);
-    refreshIndex();
-    const MivoBuddyPrivate* const record = MivoBuddyPrivate::get(entry);
-    int left = index->occurrences.take(record);
-    int removed = 0;
-    for (int i = 0; left > 0 && i < children->size();) {
-        if (MivoBuddyPrivate::get(children->at(i)) == record) {
-            children->removeAt(i);
-            ++removed;
-            --left;
-        } else {
-            ++i;
-        }
-    }
-    if (isNested(entry.getType()))
-        index->nested -= removed;
-    markIndexFresh();
+    if (known)
+        known->giveUp();
+    const QList<MivoBuddy>::iterator end
+        = std::remove_if(children->begin() + i, children->end(), [record](const MivoBuddy& member) {
+              return MivoBuddyPrivate::get(member) == record;
+          });
+    const int removed = static_cast<int>(children->end() - end);
+    children->erase(end, children->end());
     return removed;
+}
+
+/** Null for a list that is short enough to be walked through, and when memory is short. */
+MivoBuddyIndex* MivoBuddyContainer::indexOfLongList() const
+{
+    if (children->size() <= MivoBuddyIndex::walkLimit)
+        index->reset();
+    else if (!*index)
+        index->reset(new (std::nothrow) MivoBuddyIndex);
+    return index->get();
+}
+
+int MivoBuddyContainer::find(const MivoBuddyPrivate* record) const
+{
+    MivoBuddyIndex* const known = indexOfLongList();
+    return known ? known->find(*children, record) : MivoBuddyIndex::walk(*children, record);
+}
+
+void MivoBuddyContainer::removeAt(int i)
+{
+    if (MivoBuddyIndex* const known = indexOfLongList())
+        known->remove(*children, i);
+    children->removeAt(i);
+}
+
+template <class Accepts>
+bool MivoBuddyContainer::anyNested(Accepts accepts) const
+{
+    if (MivoBuddyIndex* const known = indexOfLongList())
+        return known->anyNested(*children, accepts);
+    for (int i = 0; i < children->size(); ++i) {
+        if (MivoBuddyIndex::isNested(children->at(i)) && accepts(children->at(i)))
+            return true;
+    }
+    return false;
 }

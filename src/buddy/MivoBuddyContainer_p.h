@@ -7,15 +7,24 @@
 #include <QList>
 #include <QMutex>
 
+#include <memory>
+
 class MivoBuddyIndex;
 class MivoBuddyMeta;
 
 /**
  * What a group and a meta-contact have in common: an ordered list of members with a lock of its
- * own. Holds a handle of the container, so that it outlives every operation.
+ * own. It works on the container whose handle it was given, and which must outlive it.
  *
- * Order of locks: the new container's, then the old one's, and the latter only if it can be had at
- * once. The index's mutex and an entry's link lock come last; nothing is locked under them.
+ * There are two mutexes over the list. The container's lock is held by all who change the list, and
+ * by those who read it and must wait for them. The children's mutex is held for a moment by all who
+ * change the list and by those who look something up without waiting for the lock.
+ *
+ * Order of locks: the mutex of all moves, the new container's lock, the old one's, a children's
+ * mutex (a group's before that of a meta-contact in it), an entry's link lock. Only what moves an
+ * entry takes more than one container's lock.
+ *
+ * Operations that change something may throw std::bad_alloc, and have then changed nothing.
  */
 class MivoBuddyContainer
 {
@@ -23,7 +32,7 @@ public:
     /** Invalid when @p container is neither a group nor a meta-contact. */
     explicit MivoBuddyContainer(const MivoBuddy& container);
 
-    bool isValid() const;
+    bool isValid() const { return children; }
 
     // Under the container's lock.
     bool add(const MivoBuddy& entry);
@@ -41,25 +50,25 @@ public:
     bool containsMeta(const QHash<QString, MivoBuddyMeta>& metas, const QString& name) const;
 
 private:
-    enum Outcome { Done, TryAgain };
+    Q_DISABLE_COPY(MivoBuddyContainer)
 
     bool accepts(MivoBuddy::Type type) const;
-    Outcome move(const MivoBuddy& entry, const MivoBuddy& oldParent);
+    bool addUnlessElsewhere(const MivoBuddy& entry, bool* isElsewhere, MivoBuddy* previousLink);
+    bool move(const MivoBuddy& entry, MivoBuddy* oldParent);
+    int removeAll(const MivoBuddyPrivate* record);
 
-    // Under the index's mutex.
-    void refreshIndex() const;
-    bool isIndexFresh() const;
-    void markIndexFresh() const;
-    bool holds(const MivoBuddy& entry) const;
-    // Take the index's mutex.
-    bool lookUp(const MivoBuddy& entry) const;
-    void append(const MivoBuddy& entry);
-    int removeAll(const MivoBuddy& entry);
+    // Under the children's mutex.
+    MivoBuddyIndex* indexOfLongList() const;
+    int find(const MivoBuddyPrivate* record) const;
+    void removeAt(int i);
+    template <class Accepts>
+    bool anyNested(Accepts accepts) const;
 
-    const MivoBuddy self;
+    const MivoBuddy* self;
     QList<MivoBuddy>* children;
     QMutex* lock;
-    MivoBuddyIndex* index;
+    QMutex* childrenMutex;
+    std::unique_ptr<MivoBuddyIndex>* index;
 };
 
 #endif

@@ -3,6 +3,7 @@
 #include "MivoBuddyContact_p.h"
 #include "MivoBuddyContainer_p.h"
 #include "MivoBuddyGroup_p.h"
+#include "MivoBuddyIndex_p.h"
 
 #include <QMutexLocker>
 
@@ -52,9 +53,13 @@ MivoBuddyGroup::MivoBuddyGroup(const MivoBuddy& other)
 
 MivoBuddyGroup::MivoBuddyGroup(const MivoBuddyGroup& other) = default;
 
+MivoBuddyGroup::MivoBuddyGroup(MivoBuddyGroup&& other) noexcept = default;
+
 MivoBuddyGroup::~MivoBuddyGroup() = default;
 
 MivoBuddyGroup& MivoBuddyGroup::operator=(const MivoBuddyGroup& other) = default;
+
+MivoBuddyGroup& MivoBuddyGroup::operator=(MivoBuddyGroup&& other) noexcept = default;
 
 bool MivoBuddyGroup::containsMeta(const QString& name) const
 {

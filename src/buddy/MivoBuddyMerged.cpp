@@ -33,6 +33,17 @@ MivoBuddyMergedPrivate::MivoBuddyMergedPrivate(const QList<MivoBuddyContact>& ow
 
 MivoBuddyMergedPrivate::~MivoBuddyMergedPrivate() = default;
 
+bool MivoBuddyMergedPrivate::contains(const MivoBuddy& merged, const MivoBuddyContact& contact)
+{
+    const MivoBuddyMergedPrivate* const record = get(merged);
+    const MivoBuddyPrivate* const wanted = MivoBuddyPrivate::get(contact);
+    for (int i = 0; record && i < record->contacts.size(); ++i) {
+        if (MivoBuddyPrivate::get(record->contacts.at(i)) == wanted)
+            return true;
+    }
+    return false;
+}
+
 MivoBuddyMerged::MivoBuddyMerged() = default;
 
 MivoBuddyMerged::MivoBuddyMerged(const QString& display, const QList<MivoBuddyContact>& contacts)
@@ -48,13 +59,17 @@ MivoBuddyMerged::MivoBuddyMerged(const MivoBuddy& other)
 
 MivoBuddyMerged::MivoBuddyMerged(const MivoBuddyMerged& other) = default;
 
+MivoBuddyMerged::MivoBuddyMerged(MivoBuddyMerged&& other) noexcept = default;
+
 MivoBuddyMerged::~MivoBuddyMerged() = default;
 
 MivoBuddyMerged& MivoBuddyMerged::operator=(const MivoBuddyMerged& other) = default;
 
+MivoBuddyMerged& MivoBuddyMerged::operator=(MivoBuddyMerged&& other) noexcept = default;
+
 bool MivoBuddyMerged::containsContact(const MivoBuddyContact& contact) const
 {
-    return contactsOf(*this).contains(contact);
+    return MivoBuddyMergedPrivate::contains(*this, contact);
 }
 
 QString MivoBuddyMerged::getDisplay() const

@@ -29,8 +29,10 @@ public:
     /** The same entry; invalid if @p other is not a merged contact. */
     MivoBuddyMerged(const MivoBuddy& other);
     MivoBuddyMerged(const MivoBuddyMerged& other);
+    MivoBuddyMerged(MivoBuddyMerged&& other) noexcept;
     ~MivoBuddyMerged() override;
     MivoBuddyMerged& operator=(const MivoBuddyMerged& other);
+    MivoBuddyMerged& operator=(MivoBuddyMerged&& other) noexcept;
 
     /** Whether @p contact itself, not one of the same id, is among the contacts. */
     bool containsContact(const MivoBuddyContact& contact) const;

@@ -18,6 +18,9 @@ public:
         return MivoBuddyPrivate::kindRecord<MivoBuddyMergedPrivate>(merged, MivoBuddy::Merged);
     }
 
+    /** Whether @p merged has @p contact itself; false for what is no merged contact. */
+    static bool contains(const MivoBuddy& merged, const MivoBuddyContact& contact);
+
     MivoBuddy parent; ///< in a list that threads share, use MivoBuddyPrivate::backLink()
     QList<MivoBuddyContact> contacts; ///< the first one speaks for all
 

@@ -1,6 +1,7 @@
 #include "MivoBuddyMeta.h"
 
 #include "MivoBuddyContainer_p.h"
+#include "MivoBuddyIndex_p.h"
 #include "MivoBuddyMeta_p.h"
 
 MivoBuddyMetaPrivate::MivoBuddyMetaPrivate()
@@ -25,9 +26,13 @@ MivoBuddyMeta::MivoBuddyMeta(const MivoBuddy& other)
 
 MivoBuddyMeta::MivoBuddyMeta(const MivoBuddyMeta& other) = default;
 
+MivoBuddyMeta::MivoBuddyMeta(MivoBuddyMeta&& other) noexcept = default;
+
 MivoBuddyMeta::~MivoBuddyMeta() = default;
 
 MivoBuddyMeta& MivoBuddyMeta::operator=(const MivoBuddyMeta& other) = default;
+
+MivoBuddyMeta& MivoBuddyMeta::operator=(MivoBuddyMeta&& other) noexcept = default;
 
 bool MivoBuddyMeta::containsContact(const MivoBuddyContact& contact) const
 {

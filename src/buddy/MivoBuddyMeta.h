@@ -15,7 +15,8 @@ class MivoBuddyGroup;
  * the meta-contact alive.
  *
  * All operations but isExpanded() and setExpanded() may be called in different threads at once.
- * Each waits for the meta-contact's lock, except for getGroup() and containsContact(). An invalid
+ * Each waits for the meta-contact's lock, except for getGroup() and containsContact(). What changes
+ * the members throws std::bad_alloc when memory is short and has then changed nothing. An invalid
  * handle answers false, -1 or an invalid handle; changing it does nothing.
  */
 class MIVO_DATA_EXPORT MivoBuddyMeta : public MivoBuddy
@@ -28,8 +29,10 @@ public:
     /** The same meta-contact; invalid if @p other is not one. */
     MivoBuddyMeta(const MivoBuddy& other);
     MivoBuddyMeta(const MivoBuddyMeta& other);
+    MivoBuddyMeta(MivoBuddyMeta&& other) noexcept;
     ~MivoBuddyMeta() override;
     MivoBuddyMeta& operator=(const MivoBuddyMeta& other);
+    MivoBuddyMeta& operator=(MivoBuddyMeta&& other) noexcept;
 
     /** Whether @p contact is a member, or is in a merged contact that is one. */
     bool containsContact(const MivoBuddyContact& contact) const;
@@ -44,8 +47,8 @@ public:
     int childCount() const;
 
     /**
-     * Appends @p buddy and sets its back-link; a contact leaves the container that held it.
-     * Returns false, and changes nothing, if it is a member already or neither a contact nor a
+     * Appends @p buddy and sets its back-link; a contact leaves the container that held it, for
+     * whose lock the call waits: see MivoBuddyGroup::addBuddy(). Returns false, and changes nothing, if it is a member already or neither a contact nor a
      * merged contact.
      */
     bool addBuddy(const MivoBuddy& buddy);

@@ -2,12 +2,20 @@
 #define MIVOBUDDYMETA_P_H
 
 #include "MivoBuddyGroup.h"
-#include "MivoBuddyIndex_p.h"
 #include "MivoBuddyMeta.h"
+#include "MivoBuddy_p.h"
+
+#include <QList>
+#include <QMutex>
+
+#include <memory>
+
+class MivoBuddyIndex;
 
 /**
- * The kind record of a meta-contact. A host that changes the list itself holds the lock while it
- * does, and sets the members' back-links.
+ * The kind record of a meta-contact. A host that changes the list itself holds the lock while it does, sets
+ * the members' back-links, and makes sure that nobody looks something up meanwhile. While it holds
+ * the lock it must not call addBuddy() of any container.
  */
 class MIVO_DATA_EXPORT MivoBuddyMetaPrivate
 {
@@ -30,7 +38,8 @@ private:
     friend class MivoBuddyContainer;
     Q_DISABLE_COPY(MivoBuddyMetaPrivate)
 
-    MivoBuddyIndex index;
+    QMutex childrenMutex; ///< of MivoBuddyContainer, as the index is
+    std::unique_ptr<MivoBuddyIndex> index;
 };
 
 #endif

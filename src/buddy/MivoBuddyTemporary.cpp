@@ -32,9 +32,13 @@ MivoBuddyTemporary::MivoBuddyTemporary(const MivoBuddy& other)
 
 MivoBuddyTemporary::MivoBuddyTemporary(const MivoBuddyTemporary& other) = default;
 
+MivoBuddyTemporary::MivoBuddyTemporary(MivoBuddyTemporary&& other) noexcept = default;
+
 MivoBuddyTemporary::~MivoBuddyTemporary() = default;
 
 MivoBuddyTemporary& MivoBuddyTemporary::operator=(const MivoBuddyTemporary& other) = default;
+
+MivoBuddyTemporary& MivoBuddyTemporary::operator=(MivoBuddyTemporary&& other) noexcept = default;
 
 MivoAccountConnection* MivoBuddyTemporary::getAccount() const
 {

@@ -28,8 +28,10 @@ public:
     /** The same entry; invalid if @p other is not a temporary contact. */
     MivoBuddyTemporary(const MivoBuddy& other);
     MivoBuddyTemporary(const MivoBuddyTemporary& other);
+    MivoBuddyTemporary(MivoBuddyTemporary&& other) noexcept;
     ~MivoBuddyTemporary() override;
     MivoBuddyTemporary& operator=(const MivoBuddyTemporary& other);
+    MivoBuddyTemporary& operator=(MivoBuddyTemporary&& other) noexcept;
 
     MivoAccountConnection* getAccount() const;
     QString getId() const;

@@ -8,6 +8,7 @@
 #include <QMutex>
 
 #include <new>
+#include <utility>
 
 /**
  * The record that all handles of one entry share. It owns the record of the entry's kind, and with
@@ -46,14 +47,27 @@ public:
         }
     }
 
+    /** Exchanges the entries of two handles, whatever their classes. */
+    static void swap(MivoBuddy& a, MivoBuddy& b) { std::swap(a.d, b.d); }
+
     /**
      * The group or meta-contact that the entry says holds it; invalid for a kind without a
-     * back-link. These three operations may be called in different threads at once.
+     * back-link. All operations on the back-link may be called in different threads at once.
      */
     MivoBuddy backLink() const;
-    void setBackLink(const MivoBuddy& container);
+    /** The record of backLink(), which may be gone at once: to be compared and not looked into. */
+    const MivoBuddyPrivate* backLinkAddress() const;
+    /** Returns the back-link so far, for the caller to release when it holds no lock. */
+    MivoBuddy setBackLink(const MivoBuddy& container);
     /** Sets the back-link if it is @p expected; returns whether it was. */
     bool replaceBackLink(const MivoBuddy& expected, const MivoBuddy& container);
+    /** Whether the back-link leads to a group or meta-contact and not to @p container. */
+    bool isLinkedElsewhere(const MivoBuddy& container) const;
+    /**
+     * Sets the back-link, if it does not lead elsewhere, and returns whether it did not. Exchanges
+     * it with @p container, which must not be released while a lock is held.
+     */
+    bool exchangeBackLinkUnlessElsewhere(MivoBuddy& container);
 
     QAtomicInt ref;
     QString display;
@@ -65,6 +79,7 @@ private:
     Q_DISABLE_COPY(MivoBuddyPrivate)
 
     MivoBuddy* link() const;
+    static bool leadsElsewhere(const MivoBuddy& link, const MivoBuddy& container);
 
     /** Guards the back-link. Nothing else is locked, and no handle released, while it is held. */
     mutable QMutex linkLock;

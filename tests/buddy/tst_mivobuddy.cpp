@@ -66,6 +66,38 @@ void checkConversion(const MivoBuddy& buddy, MivoBuddy::Type own)
     QCOMPARE(back == buddy, fits);
 }
 
+/** Moving @p x's handle, constructing and assigning, hands the entry on and counts nothing. */
+template <class K>
+void checkMove(const K& x, const K& y)
+{
+    QVERIFY(std::is_nothrow_move_constructible<K>::value);
+    QVERIFY(std::is_nothrow_move_assignable<K>::value);
+    K source(x);
+    K moved(std::move(source));
+    QVERIFY(moved == x);
+    QVERIFY(!source.isValid()); // NOLINT(bugprone-use-after-move): what is tested
+    QCOMPARE(handlesOf(x), 2);
+    K target(y);
+    QCOMPARE(handlesOf(y), 2);
+    K& result = (target = std::move(moved));
+    QCOMPARE(&result, &target);
+    QVERIFY(target == x);
+    QVERIFY(!moved.isValid()); // NOLINT(bugprone-use-after-move): what is tested
+    QCOMPARE(handlesOf(x), 2);
+    QCOMPARE(handlesOf(y), 1);
+    K other(x);
+    target = std::move(other); // of the same entry
+    QVERIFY(target == x);
+    QCOMPARE(handlesOf(x), 2);
+    K& itself = target;
+    target = std::move(itself);
+    QVERIFY(target == x);
+    QCOMPARE(handlesOf(x), 2);
+    target = K();
+    QVERIFY(!target.isValid());
+    QCOMPARE(handlesOf(x), 1);
+}
+
 template <class K>
 void checkLayout()
 {
@@ -119,6 +151,7 @@ private Q_SLOTS:
     void whenMemoryIsShortTheHandleIsInvalid_data();
     void whenMemoryIsShortTheHandleIsInvalid();
     void attachAndDetachCountAndDelete();
+    void aMovedHandleIsEmpty();
     void handlesAreCopiedInManyThreads();
     void everyPairIsLess();
     void groupsAreOrderedByLowerCaseName_data();
@@ -472,6 +505,27 @@ void tst_MivoBuddy::attachAndDetachCountAndDelete()
     QCOMPARE(destroyed, 1);
     tAtomicAttach(static_cast<CountedRecord*>(nullptr));
     tAtomicDetach(static_cast<CountedRecord*>(nullptr));
+}
+
+void tst_MivoBuddy::aMovedHandleIsEmpty()
+{
+    checkMove<MivoBuddy>(MivoBuddy("x", MivoBuddy::Other), MivoBuddy("y", MivoBuddy::Other));
+    checkMove<MivoBuddyGroup>(MivoBuddyGroup("x"), MivoBuddyGroup("y"));
+    checkMove<MivoBuddyMeta>(MivoBuddyMeta("x"), MivoBuddyMeta("y"));
+    checkMove<MivoBuddyContact>(makeContact("x"), makeContact("y"));
+    checkMove<MivoBuddyMerged>(makeMerged(), makeMerged());
+    checkMove<MivoBuddyTemporary>(makeTemporary("x"), makeTemporary("y"));
+
+    // The source lives inside the record that is released.
+    const Witness outer("outer");
+    MivoBuddyMerged merged(outer.name(), QList<MivoBuddyContact>() << makeContact("inner"));
+    MivoBuddyContact inner;
+    static_cast<MivoBuddy&>(inner) = merged;
+    merged = MivoBuddyMerged();
+    inner = std::move(MivoBuddyMergedPrivate::get(inner)->contacts.first());
+    QVERIFY(!outer.sees());
+    QCOMPARE(inner.getDisplay(), QString("inner"));
+    QCOMPARE(handlesOf(inner), 1);
 }
 
 void tst_MivoBuddy::handlesAreCopiedInManyThreads()
