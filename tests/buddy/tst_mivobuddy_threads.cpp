@@ -74,6 +74,7 @@ private Q_SLOTS:
     void movesInOppositeDirectionsDoNotBlockEachOther();
     void aContactAddedEverywhereAtOnceIsInOnePlace();
     void aGroupMayGoWhileItsContactMoves();
+    void namesOfMetaContactsAreLookedUpWhileTheyAreAdded();
     void sharedContainersStayConsistent();
 };
 
@@ -142,6 +143,31 @@ void tst_MivoBuddyThreads::aGroupMayGoWhileItsContactMoves()
     MivoBuddyGroup(contact.getParent()).removeBuddy(contact);
     QVERIFY(!name.sees());
     QCOMPARE(handlesOf(contact), 1);
+}
+
+void tst_MivoBuddyThreads::namesOfMetaContactsAreLookedUpWhileTheyAreAdded()
+{
+    MivoBuddyGroup group("g");
+    const CycleBreaker<MivoBuddyGroup> end(group);
+    const int count = 2000;
+    std::atomic<int> added{0};
+    std::atomic<int> wrong{0};
+    runInFourThreads(testBoundMs, [&](int number) {
+        MivoBuddyGroup own(group);
+        if (number == 0) {
+            for (; added < count; ++added)
+                wrong += !own.addMeta(QString::number(added)).isValid();
+            return;
+        }
+        while (added < count) {
+            const int known = added;
+            wrong += known > 0 && !own.containsMeta(QString::number(known - 1));
+            wrong += own.containsMeta(QString::number(count + number));
+            own.containsMeta(QString::number(known));
+        }
+    });
+    QCOMPARE(wrong.load(), 0);
+    QCOMPARE(group.childCount(), count);
 }
 
 void tst_MivoBuddyThreads::sharedContainersStayConsistent()
