@@ -2,6 +2,7 @@
 #include "MivoGarbageCollector.h"
 #include "MivoGarbageCollector_p.h"
 #include "MivoHost.h"
+#include "MivoHostLog.h"
 #include "MivoPlugin.h"
 #include "MivoRemovable.h"
 
@@ -114,6 +115,7 @@ private Q_SLOTS:
     void theConsumerFindsNoFaultInRightFrames();
     void theConsumerCountsOnFromTheFrameItFound();
     void theConsumerKeepsTheNextFrameWhenAsked();
+    void theConsumerRefusesANullFrame();
     void aSlowConsumerMakesTheProducerWait();
     void theRingStaysUntilTheConsumerHasLetGoOfIt();
 
@@ -365,6 +367,24 @@ void FramesPluginsTest::theConsumerKeepsTheNextFrameWhenAsked()
 
     host.call(consumer, "begin", {MivoArg(32), MivoArg(16)});
     QCOMPARE(host.call(consumer, "keptFrame", {}).size(), 0);
+}
+
+void FramesPluginsTest::theConsumerRefusesANullFrame()
+{
+    static QStringList logged; // written by one thread at a time
+    MivoHostLog::setWriter([](const QString& line) { logged.append(line); });
+    {
+        MivoHost host;
+        MivoPlugin* const consumer = host.load(FRAMES_CONSUMER);
+        QVERIFY(host.start());
+        host.action(consumer, "takeFrame", {MivoArg(static_cast<void*>(nullptr))})();
+        deliver(host, consumer, QByteArray());
+        QCOMPARE(host.call(consumer, "statistics", {}).at(0).toInt64(), 1LL);
+    }
+    MivoHostLog::setWriter(nullptr);
+    QCOMPARE(logged,
+             QStringList("frames_consumer: an action failed: found a null frame; expected the "
+                         "Pointer to a MivoBuffer"));
 }
 
 void FramesPluginsTest::aSlowConsumerMakesTheProducerWait()

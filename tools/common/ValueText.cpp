@@ -386,10 +386,10 @@ QString shown(const QString& text)
 
 ValueTextError::ValueTextError(const QString& text, int position, const QString& found,
                                const QString& expected)
-    : std::runtime_error(QString("%1: position %2: found %3; expected %4")
-                             .arg(shown(text), QString::number(position), shown(found),
-                                  oneLine(expected))
-                             .toStdString())
+    : std::runtime_error(
+        QString("%1: position %2: found %3; expected %4")
+            .arg(shown(text), QString::number(position), shown(found), oneLine(expected))
+            .toStdString())
     , errorPosition(position)
 {
 }

@@ -5,7 +5,7 @@
 #include <MivoAccountConnection.h>
 #include <MivoBuddyContact.h>
 #include <MivoBuddyGroup.h>
-#include <MivoBuddyMerged.h>
+#include <MivoBuddyMerged_p.h>
 #include <MivoBuddyMeta.h>
 #include <MivoBuddyResource.h>
 #include <MivoBuddyTemporary.h>
@@ -99,21 +99,19 @@ private:
 
     void showMerged(const MivoBuddyMerged& merged)
     {
-        const QList<MivoAccountConnection*> accounts = merged.getAccounts();
+        // By the record: looking for the contact of each account takes a search each, and finds
+        // only the first of several.
+        const MivoBuddyMergedPrivate* const record = MivoBuddyMergedPrivate::get(merged);
+        const QList<MivoBuddyContact> contacts
+            = record ? record->contacts : QList<MivoBuddyContact>();
         QStringList details = detailsOf(merged.getId(), merged.getPresence(),
                                         activeOf(merged.getResources()), nullptr);
-        details.prepend(counted(int(accounts.size()), "contact", "contacts"));
+        details.prepend(counted(int(contacts.size()), "contact", "contacts"));
         write("merged contact", merged, details);
 
         ++depth;
-        QList<MivoAccountConnection*> shown;
-        for (MivoAccountConnection* account : accounts) {
-            if (shown.contains(account)) // the entry answers the first contact of each account only
-                writeLine("contact of " + quotedOneLine(idOf(account)) + " once more");
-            else
-                show(merged.getContactForAccount(account));
-            shown.append(account);
-        }
+        for (const MivoBuddyContact& contact : contacts)
+            show(contact);
         --depth;
     }
 
@@ -140,11 +138,6 @@ private:
             show(container.buddyAt(i));
         --depth;
         above.removeLast();
-    }
-
-    static QString idOf(const MivoAccountConnection* account)
-    {
-        return account ? account->id() : QString();
     }
 
     static QStringList detailsOf(const QString& id, const MivoPresence& presence,

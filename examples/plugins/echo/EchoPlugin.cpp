@@ -3,6 +3,7 @@
 #include <QMutexLocker>
 #include <QThread>
 
+#include <algorithm>
 #include <stdexcept>
 
 QString EchoPlugin::name() const
@@ -36,7 +37,7 @@ void EchoPlugin::sum(MivoPlugin*, QList<MivoArg>& arguments)
 
 void EchoPlugin::takeLong(MivoPlugin*, QList<MivoArg>& arguments)
 {
-    QThread::msleep(static_cast<unsigned long>(qMax(0, arguments.value(0).toInt())));
+    QThread::msleep(static_cast<unsigned long>(std::max(0, arguments.value(0).toInt())));
     arguments.clear();
 }
 

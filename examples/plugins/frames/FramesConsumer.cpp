@@ -5,6 +5,7 @@
 #include <MivoBuffer.h>
 
 #include <cstring>
+#include <stdexcept>
 
 FramesConsumer::FramesConsumer()
     : next(0)
@@ -65,6 +66,8 @@ void FramesConsumer::keptFrame(MivoPlugin*, QList<MivoArg>& arguments)
 void FramesConsumer::takeFrame(QList<MivoArg>& arguments)
 {
     MivoBuffer* const buffer = static_cast<MivoBuffer*>(arguments.value(0).toPointer());
+    if (!buffer)
+        throw std::invalid_argument("found a null frame; expected the Pointer to a MivoBuffer");
     // The dispatcher has other plug-ins to serve, and actions keep their order on the way.
     QMetaObject::invokeMethod(
         this, [this, buffer] { receive(*buffer); }, Qt::QueuedConnection);

@@ -42,7 +42,9 @@ public Q_SLOTS:
      */
     void keptFrame(MivoPlugin* sender, QList<MivoArg>& arguments);
 
-    /** An action: takes the Pointer to the MivoBuffer of a frame, which is released when checked.
+    /**
+     * An action: takes the Pointer to the MivoBuffer of a frame, which is released when checked.
+     * Throws a std::invalid_argument when it is null.
      */
     void takeFrame(QList<MivoArg>& arguments);
 

@@ -10,6 +10,7 @@
 
 #include <QElapsedTimer>
 
+#include <algorithm>
 #include <stdexcept>
 
 namespace {
@@ -128,7 +129,7 @@ void FramesProducer::makeFrame()
     MivoBuffer* const buffer = ring->getBuffer();
     const qint64 wait = clock.nsecsElapsed();
     waited += wait;
-    longestWait = qMax(longestWait, wait);
+    longestWait = std::max(longestWait, wait);
 
     const qint64 rowBytes = testFrameBytes(QSize(size.width(), 1));
     unsigned char* row = buffer->getData();

@@ -8,6 +8,7 @@
 #include <MivoSubscriptionType.h>
 
 #include <QHash>
+#include <QPair>
 
 #include <algorithm>
 
@@ -48,10 +49,17 @@ MivoBuddyType makeContactType(const QString& host)
     return type;
 }
 
+/** Names the groups of users, and those that are made here, whose names users may have given too. */
+typedef QPair<bool, QString> GroupKey; // whether it is made here, and the name
+
+const GroupKey noGroupKey(true, noGroup);
+const GroupKey strangersKey(true, strangersGroup);
+
 /** An entry of the list before it is known how many contacts it shows. */
 struct Entry
 {
-    QString group;
+    GroupKey group;
+    qint64 line; // of the first contact
     QList<MivoBuddyContact> contacts;
 };
 
@@ -72,7 +80,7 @@ public:
                 account, item.jid.text(), display, type, offline,
                 type.getSubscriptionWithId(subscriptionId(item.subscription, item.isAsked)));
             contacts.insert(item.jid.key(), contact);
-            addContact(contact, item, user.jid.text());
+            addContact(contact, item);
         }
         for (const Sender& sender : user.senders) {
             MivoBuddy entry = contacts.value(sender.jid.key());
@@ -90,35 +98,45 @@ public:
         for (const Entry& entry : qAsConst(entries))
             groupOf(entry.group).addBuddy(shown(entry));
         for (const MivoBuddy& stranger : qAsConst(strangers))
-            groupOf(strangersGroup).addBuddy(stranger);
-        std::sort(list.groups.begin(), list.groups.end(), groupLessThan);
+            groupOf(strangersKey).addBuddy(stranger);
+        std::stable_sort(list.groups.begin(), list.groups.end(), groupLessThan);
         std::stable_sort(list.reports.begin(), list.reports.end(),
-                         [](const Report& a, const Report& b) { return a.line < b.line; });
+                         [](const Report& a, const Report& b) {
+                             return a.position.line < b.position.line
+                                 || (a.position.line == b.position.line
+                                     && a.position.column < b.position.column);
+                         });
         return list;
     }
 
 private:
-    void addContact(const MivoBuddyContact& contact, const RosterItem& item, const QString& user)
+    void addContact(const MivoBuddyContact& contact, const RosterItem& item)
     {
-        QStringList groups = item.groups;
-        if (groups.isEmpty())
-            groups.append(noGroup);
+        const GroupKey group
+            = item.groups.isEmpty() ? noGroupKey : GroupKey(false, item.groups.first());
+        if (item.groups.size() > 1)
+            report(item,
+                   QString("the contact is in %1 groups: it is shown in the first of them")
+                       .arg(item.groups.size()));
 
         const auto known = entryOf.constFind(item.jid.key());
         if (known == entryOf.constEnd()) {
             entryOf.insert(item.jid.key(), int(entries.size()));
-            entries.append({groups.first(), {contact}});
-        } else {
-            entries[*known].contacts.append(contact);
+            entries.append({group, item.position.line, {contact}});
+            return;
         }
+        Entry& entry = entries[*known];
+        entry.contacts.append(contact);
+        if (entry.group != group)
+            report(item,
+                   QString("the contact is in another group than that of line %1: both are shown "
+                           "there")
+                       .arg(entry.line));
+    }
 
-        const QString group = entries.at(entryOf.value(item.jid.key())).group;
-        groups.removeAll(group);
-        if (!groups.isEmpty())
-            list.reports.append(
-                {item.line,
-                 QString("found %1 of %2 also in \"%3\"; expected one group: stays in \"%4\"")
-                     .arg(item.jid.text(), user, groups.join("\", \""), group)});
+    void report(const RosterItem& item, const QString& text)
+    {
+        list.reports.append({item.position, text});
     }
 
     static MivoBuddy shown(const Entry& entry)
@@ -141,13 +159,13 @@ private:
         return known != types.constEnd() ? *known : *types.insert(key, makeContactType(host));
     }
 
-    MivoBuddyGroup groupOf(const QString& name)
+    MivoBuddyGroup groupOf(const GroupKey& key)
     {
-        const auto known = groupIndex.constFind(name);
+        const auto known = groupIndex.constFind(key);
         if (known != groupIndex.constEnd())
             return list.groups.at(*known);
-        groupIndex.insert(name, int(list.groups.size()));
-        list.groups.append(MivoBuddyGroup(name));
+        groupIndex.insert(key, int(list.groups.size()));
+        list.groups.append(MivoBuddyGroup(key.second));
         return list.groups.last();
     }
 
@@ -156,7 +174,7 @@ private:
     QList<Entry> entries;
     QHash<QString, int> entryOf; // the indices of entries, by Jid::key()
     QList<MivoBuddy> strangers;
-    QHash<QString, int> groupIndex; // of list.groups, by name
+    QHash<GroupKey, int> groupIndex; // of list.groups
 };
 
 } // namespace

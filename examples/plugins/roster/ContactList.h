@@ -13,14 +13,15 @@ class MivoAccountConnection;
 struct ContactList
 {
     QList<MivoBuddyGroup> groups; ///< in the order of their names
-    QList<Report> reports; ///< in the order of the lines
+    QList<Report> reports; ///< in the order of the file
 };
 
 /**
  * Makes a contact list. The contacts of each user belong to the account that @p accountOf answers
  * for the user's jid, and to the contact type of the user's host; what several users have under one
  * jid becomes one merged contact. A contact is in the first of its groups, and those who have
- * written without being on the user's roster are temporary contacts in a group of their own.
+ * written without being on the user's roster are temporary contacts in a group of their own, which is
+ * none of the user's groups, be they of the same name.
  * Nobody is online: an export does not tell.
  */
 ContactList makeContactList(const ServerExport& data,

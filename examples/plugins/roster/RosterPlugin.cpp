@@ -31,8 +31,9 @@ void RosterPlugin::roster(MivoPlugin*, QList<MivoArg>& arguments)
     groups = list.groups;
     reportTexts.clear();
     for (const Report& report : list.reports)
-        reportTexts.append(
-            QString("%1: line %2: %3").arg(fileName, QString::number(report.line), report.text));
+        reportTexts.append(QString("%1: line %2, column %3: %4")
+                               .arg(fileName, QString::number(report.position.line),
+                                    QString::number(report.position.column), report.text));
 
     arguments.clear();
     for (const MivoBuddyGroup& group : qAsConst(groups))

@@ -27,8 +27,9 @@ public Q_SLOTS:
      */
     void roster(MivoPlugin* sender, QList<MivoArg>& arguments);
     /**
-     * Answers the StringList of what was skipped or ignored in the file that roster() has read: the
-     * file, the line, what was found, what was expected and what became of it.
+     * Answers the StringList of what was skipped in the file that roster() has read: the file, line
+     * and column, what was found, what was expected and what became of it, in words that quote
+     * nothing of the file.
      */
     void reports(MivoPlugin* sender, QList<MivoArg>& arguments);
 

@@ -1,7 +1,10 @@
 #include "ServerExport.h"
 
 #include <QFile>
+#include <QFileInfo>
 #include <QHash>
+#include <QSet>
+#include <QUrl>
 #include <QXmlStreamReader>
 
 #include <stdexcept>
@@ -16,10 +19,18 @@ const char includeNamespace[] = "http://www.w3.org/2001/XInclude";
 const char expectedRoot[] = "the element \"server-data\" of the namespace \"urn:xmpp:pie:0\"";
 const char expectedJid[] = "an address such as romeo@example.org";
 
-/** As a message shows it: an attribute may hold line ends. */
-QString quoted(const QString& text)
+/**
+ * The address that an include leads to, without what stands in it for user, password and query; an
+ * empty text when it is not clear what these are.
+ */
+QString placeOf(const QString& href)
 {
-    return '"' + text.simplified() + '"';
+    const QUrl url(href, QUrl::StrictMode);
+    const QString place
+        = url.toString(QUrl::RemoveUserInfo | QUrl::RemoveQuery | QUrl::RemoveFragment);
+    const bool isClear
+        = url.isValid() && !place.contains('@') && !place.contains("%40", Qt::CaseInsensitive);
+    return isClear ? place : QString();
 }
 
 /** Reads one file from top to bottom; each function is entered and left as its element is. */
@@ -43,14 +54,13 @@ public:
                 refuse("a document type declaration");
         }
         if (!isElement("server-data", exportNamespace))
-            refuse(QString("the element %1 of the namespace %2")
-                       .arg(quoted(xml.name().toString()), quoted(xml.namespaceUri().toString())));
+            refuse("another root element");
 
         while (nextChild()) {
             if (isElement("host", exportNamespace))
                 readHost();
             else
-                skip();
+                skip("a host");
         }
         while (!xml.atEnd())
             xml.readNext();
@@ -72,7 +82,7 @@ private:
             if (isElement("user", exportNamespace))
                 readUser(host);
             else
-                skip();
+                skip("a user");
         }
     }
 
@@ -89,10 +99,12 @@ private:
                 readRoster(index);
             else if (isElement("offline-messages", exportNamespace))
                 readMessages(index);
-            else if (isElement("presence", stanzaNamespace) && attribute("type") == "subscribe")
+            else if (!isStanza("presence"))
+                skip("a roster, offline messages or a presence");
+            else if (attribute("type") == "subscribe")
                 readSender(index, "a presence", 0);
             else
-                skip();
+                skipReported("a presence of another type", "one that asks to subscribe");
         }
     }
 
@@ -102,17 +114,17 @@ private:
             if (isElement("item", rosterNamespace))
                 readItem(user);
             else
-                skip();
+                skip("an item");
         }
     }
 
     void readMessages(int user)
     {
         while (nextChild()) {
-            if (isElement("message", stanzaNamespace))
+            if (isStanza("message"))
                 readSender(user, "a message", 1);
             else
-                skip();
+                skip("a message");
         }
     }
 
@@ -122,7 +134,7 @@ private:
         const QString written = attribute("subscription");
         const QString subscription = written.isEmpty() ? QString("none") : written;
         const QString ask = attribute("ask");
-        const qint64 firstLine = lines[user].value(jid.key(), 0);
+        const qint64 firstLine = lines.at(user).value(jid.key(), 0);
 
         if (!jid.isValid()) {
             skipReported(found("an item", "jid"), QString("one with ") + expectedJid);
@@ -132,12 +144,12 @@ private:
         } else if (!ask.isEmpty() && ask != "subscribe") {
             skipReported(found("an item", "ask"), "one that asks to subscribe, or for nothing");
         } else if (firstLine > 0) {
-            skipReported(found("an item", "jid"),
-                         QString("one that is not in line %1 already").arg(firstLine));
+            skipReported(QString("an item with the jid of line %1").arg(firstLine),
+                         "each jid once");
         } else {
-            lines[user].insert(jid.key(), startLine);
+            lines[user].insert(jid.key(), start.line);
             RosterItem item
-                = {startLine, jid, attribute("name"), subscription, !ask.isEmpty(), QStringList()};
+                = {start, jid, attribute("name"), subscription, !ask.isEmpty(), QStringList()};
             item.groups = readGroups();
             result.users[user].items.append(item);
         }
@@ -146,19 +158,40 @@ private:
     QStringList readGroups()
     {
         QStringList groups;
+        QSet<QString> known;
         while (nextChild()) {
             if (!isElement("group", rosterNamespace)) {
-                skip();
+                skip("a group");
                 continue;
             }
-            const qint64 line = startLine;
-            const QString group = xml.readElementText(QXmlStreamReader::SkipChildElements);
-            if (group.trimmed().isEmpty())
-                report(line, "found a group without a name; expected one with a name: ignored");
-            else if (!groups.contains(group))
+            const Position groupStart = start;
+            const QString group = readText();
+            if (group.trimmed().isEmpty()) {
+                report(groupStart,
+                       "found a group without a name; expected one with a name: skipped");
+            } else if (!known.contains(group)) {
+                known.insert(group);
                 groups.append(group);
+            }
         }
         return groups;
+    }
+
+    /** The text of the current element, which is left; elements in it are skipped. */
+    QString readText()
+    {
+        QString text;
+        while (!xml.atEnd()) {
+            start = nextPosition();
+            xml.readNext();
+            if (xml.isEndElement())
+                break;
+            if (xml.isStartElement())
+                skip("text");
+            else if (xml.isCharacters())
+                text += xml.text();
+        }
+        return text;
     }
 
     void readSender(int user, const char* element, int messages)
@@ -193,43 +226,51 @@ private:
         return index;
     }
 
-    /** Enters the next child of the current element; leaves the element when there is no more. */
+    /**
+     * Enters the next child of the current element; leaves the element when there is no more. Text
+     * in between has no place there.
+     */
     bool nextChild()
     {
         while (!xml.atEnd()) {
-            // The text before a tag ends where the tag begins, the tag may end lines below.
-            startLine = xml.lineNumber();
+            start = nextPosition();
             xml.readNext();
             if (xml.isStartElement())
                 return true;
             if (xml.isEndElement())
                 return false;
+            if (xml.isCharacters() && !xml.isWhitespace())
+                report(start, "found text; expected elements alone: skipped");
         }
         return false;
     }
 
-    /** Leaves an element of another kind; such are part of the format, but for one. */
-    void skip()
+    /** Leaves an element of another kind. Many such are part of the format. */
+    void skip(const char* expected)
     {
-        if (isElement("include", includeNamespace))
-            skipReported(found("an include", "href"), "an export in one file");
-        else
-            xml.skipCurrentElement();
+        if (!isElement("include", includeNamespace)) {
+            skipReported("another element", expected);
+            return;
+        }
+        const QString place = placeOf(attribute("href"));
+        skipReported(place.isEmpty() ? QString("an include")
+                                     : QString("an include of \"%1\"").arg(place),
+                     "an export in one file");
     }
 
     void skipReported(const QString& what, const QString& expected)
     {
-        report(startLine, QString("found %1; expected %2: skipped").arg(what, expected));
+        report(start, QString("found %1; expected %2: skipped").arg(what, expected));
         xml.skipCurrentElement();
     }
 
-    void report(qint64 line, const QString& text) { result.reports.append({line, text}); }
+    void report(Position where, const QString& text) { result.reports.append({where, text}); }
 
+    /** An element in which the attribute @p name is missing or wrong. */
     QString found(const char* element, const char* name) const
     {
-        const QString value = attribute(name);
-        return value.isEmpty() ? QString("%1 without %2").arg(element, name)
-                               : QString("%1 with the %2 %3").arg(element, name, quoted(value));
+        return QString(attribute(name).isEmpty() ? "%1 without %2" : "%1 whose %2 does not fit")
+            .arg(element, name);
     }
 
     QString attribute(const char* name) const
@@ -243,23 +284,44 @@ private:
             && xml.namespaceUri() == QLatin1String(inNamespace);
     }
 
+    /** Some servers leave out the namespace of stanzas, so that they get that of the export. */
+    bool isStanza(const char* name) const
+    {
+        return isElement(name, stanzaNamespace) || isElement(name, exportNamespace);
+    }
+
+    /**
+     * Where what is read next begins: a tag where the text before it ends, while the tag itself may
+     * end lines below. The end of a text has been told by the first character after it.
+     */
+    Position nextPosition() const
+    {
+        return {xml.lineNumber(), xml.columnNumber() + (xml.isCharacters() ? 0 : 1)};
+    }
+
+    /** Where the reader stands: behind what has been read last. */
+    Position position() const { return {xml.lineNumber(), xml.columnNumber() + 1}; }
+
     [[noreturn]] void refuseMalformed() const
     {
-        refuse(QString("what is no well-formed XML (%1)").arg(xml.errorString()));
+        // Not in the reader's words, which quote names and entities.
+        refuse(xml.error() == QXmlStreamReader::PrematureEndOfDocumentError
+                   ? "the end of the file"
+                   : "what is no well-formed XML");
     }
 
     [[noreturn]] void refuse(const QString& what) const
     {
         throw std::runtime_error(QString("%1: line %2, column %3: found %4; expected %5")
-                                     .arg(file.fileName(), QString::number(xml.lineNumber()),
-                                          QString::number(xml.columnNumber() + 1), what,
+                                     .arg(file.fileName(), QString::number(position().line),
+                                          QString::number(position().column), what,
                                           QString(expectedRoot))
                                      .toStdString());
     }
 
     QFile& file;
     QXmlStreamReader xml;
-    qint64 startLine = 1; // of the element that was entered last
+    Position start = {1, 1}; // of what was read last
     ServerExport result;
     QHash<QString, int> users; // the indices of result.users, by Jid::key()
     QList<QHash<QString, qint64>> lines; // of each user's items, by Jid::key()
@@ -271,6 +333,11 @@ private:
 ServerExport readServerExport(const QString& fileName)
 {
     QFile file(fileName);
+    const QFileInfo info(file);
+    if (info.exists() && !info.isFile()) // opening a FIFO waits for its writer
+        throw std::runtime_error(QString("%1: found no regular file; expected %2")
+                                     .arg(fileName, QString(expectedRoot))
+                                     .toStdString());
     if (!file.open(QIODevice::ReadOnly))
         throw std::runtime_error(QString("%1: found nothing that can be read (%2); expected %3")
                                      .arg(fileName, file.errorString(), QString(expectedRoot))

@@ -6,17 +6,27 @@
 #include <QList>
 #include <QStringList>
 
-/** What was found in one line of a file that should not be there, and what becomes of it. */
-struct Report
+/** A place in a file; both are counted from 1. */
+struct Position
 {
     qint64 line;
+    qint64 column;
+};
+
+/**
+ * What was found at a place of a file, and what becomes of it. The text holds nothing of the file's
+ * own, which has passwords in it.
+ */
+struct Report
+{
+    Position position;
     QString text;
 };
 
 /** An entry of a user's roster. */
 struct RosterItem
 {
-    qint64 line;
+    Position position;
     Jid jid;
     QString name; ///< empty when the user has given none
     QString subscription; ///< "none", "to", "from" or "both"
@@ -44,13 +54,13 @@ struct ExportedUser
 struct ServerExport
 {
     QList<ExportedUser> users;
-    QList<Report> reports; ///< of what was skipped, in the order of the lines
+    QList<Report> reports; ///< of all that was skipped, in the order of the file
 };
 
 /**
- * Reads a server export. What is broken in it is skipped and reported; a file that is no such
- * export is refused with a std::runtime_error that names the file, the line and column up to which
- * it was read, what was found and what was expected.
+ * Reads a server export. What is broken in it or has nothing to do with contact lists is skipped
+ * and reported; a file that is no such export is refused with a std::runtime_error that names the
+ * file, the line and column up to which it was read, what was found and what was expected.
  */
 ServerExport readServerExport(const QString& fileName);
 
