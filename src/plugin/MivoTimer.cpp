@@ -37,6 +37,7 @@ void MivoTimerPrivate::startTimer(MivoTimerReceiver* calledReceiver, int ms, QSt
     receiver = calledReceiver;
     name = timerName;
     timer = new QTimer;
+    timer->setObjectName(name); // until it has fired, for hosts that tell what fires
     connect(timer, SIGNAL(timeout()), this, SLOT(timeout()));
     timer->start(ms);
 }
@@ -53,6 +54,7 @@ void MivoTimerPrivate::timeout()
     // An event loop that starts before the deletion below is served keeps it waiting, and the
     // QTimer ticks in that loop. It is left to itself from here on: only stopTimer() deletes it.
     disconnect(timer, nullptr, this, nullptr);
+    timer->setObjectName(QString());
     receiver->onTimer(QString(name));
     deleteLater();
 }

@@ -1,9 +1,19 @@
 #include "MivoHostCommand.h"
 
+#include <MivoGlobal.h>
+
 namespace {
 
 const QString echo = ECHO_PLUGIN;
 const QString fixtures = QString(FIXTURES) + '/';
+const QString oddAnswers = fixtures + "oddanswers.so";
+const QString settings = SETTINGS_PLUGIN;
+
+/** Runs a line of the shell, in which $1 stands for the command and $2 for @p argument. */
+Outcome inShell(const QString& line, const QString& argument)
+{
+    return outcomeOf("bash", {"-c", line, "bash", MIVO_HOST, argument});
+}
 
 } // namespace
 
@@ -20,9 +30,26 @@ private Q_SLOTS:
     void aFileThatIsNoPluginIsRefused();
     void wrongUsageShowsTheUsageOfTheCommand_data();
     void wrongUsageShowsTheUsageOfTheCommand();
+    void optionsMayStandAnywhere_data();
+    void optionsMayStandAnywhere();
+    void theNearestOfTheKnownIsNamed_data();
+    void theNearestOfTheKnownIsNamed();
+    void theVersionIsShown();
     void helpIsShownOnRequest_data();
     void helpIsShownOnRequest();
     void actionIsDelivered();
+    void whatIsLoggedIsNoFailure();
+    void aSlotOfTheOtherShapeIsSaidToBeOne();
+    void theSenderOfACallIsAPlugin();
+    void timersAndActionsAreServedAfterACall();
+    void aWaitThatIsNoNumberIsRefused_data();
+    void aWaitThatIsNoNumberIsRefused();
+    void deepValuesAreRefusedAndDeepAnswersCutOff();
+    void anAnswerWithoutAPrinterIsShown();
+    void nothingUnfitReachesTheTerminal_data();
+    void nothingUnfitReachesTheTerminal();
+    void outputThatCannotBeWrittenIsAnError_data();
+    void outputThatCannotBeWrittenIsAnError();
     void pluginsShowsTheGoodOnesAndReportsTheOthers();
     void demoRunsThroughAllSteps();
 };
@@ -116,12 +143,12 @@ void MivoHostCommandTest::wrongUsageShowsTheUsageOfTheCommand_data()
                                 "FILE\nusage: mivo-host plugins FILE...\n";
     QTest::newRow("call") << QStringList({"call", echo})
                           << "mivo-host call: found 1 arguments; expected FILE and SLOT\nusage: "
-                             "mivo-host call FILE SLOT [KIND:VALUE...]\n";
+                             "mivo-host call FILE SLOT [KIND:VALUE...] [--with FILE...]";
     QTest::newRow("call with a wrong value")
         << QStringList({"call", echo, "echo", "int:x"})
         << "mivo-host call: int:x: position 5: found \"x\"; expected a whole number from "
            "-2147483648 to 2147483647\n"
-           "usage: mivo-host call FILE SLOT [KIND:VALUE...]\n";
+           "usage: mivo-host call FILE SLOT [KIND:VALUE...] [--with FILE...]";
     QTest::newRow("a wrong value before a wrong file")
         << QStringList({"call", "/no/such/file", "echo", "int:x"})
         << "mivo-host call: int:x: position 5: ";
@@ -140,8 +167,9 @@ void MivoHostCommandTest::wrongUsageShowsTheUsageOfTheCommand_data()
     QTest::newRow("demo") << QStringList({"demo", "a", "b"})
                           << "mivo-host demo: found 2 arguments; expected";
     QTest::newRow("frames") << QStringList({"frames", "--speed", "1"})
-                            << "mivo-host frames: found \"--speed\"; expected one of --size, "
-                               "--ratio, --seconds, --png\nusage: mivo-host frames [--size WxH] ";
+                            << "mivo-host frames: found the option --speed; expected one of "
+                               "--size, --ratio, --seconds, --png\n"
+                               "usage: mivo-host frames [--size WxH] ";
 }
 
 void MivoHostCommandTest::wrongUsageShowsTheUsageOfTheCommand()
@@ -154,11 +182,81 @@ void MivoHostCommandTest::wrongUsageShowsTheUsageOfTheCommand()
     QCOMPARE(outcome.status, 2);
 }
 
+void MivoHostCommandTest::optionsMayStandAnywhere_data()
+{
+    QTest::addColumn<QStringList>("arguments");
+    const QString history = fixtures + "oddform.so";
+    QTest::newRow("after") << QStringList(
+        {"call", echo, "echo", "int:1", "int:2", "--with", oddAnswers, history});
+    QTest::newRow("before") << QStringList(
+        {"call", "--with", oddAnswers, "--with", history, echo, "echo", "int:1", "int:2"});
+    QTest::newRow("between") << QStringList(
+        {"call", echo, "--with", history, "echo", "--with=" + oddAnswers, "int:1", "int:2"});
+    QTest::newRow("with =") << QStringList({"call", "--with=" + oddAnswers, echo, "echo", "int:1",
+                                            "--with=" + history, "--", "int:2"});
+    QTest::newRow("after --") << QStringList({"call", "--", echo, "echo", "int:1", "int:2"});
+}
+
+void MivoHostCommandTest::optionsMayStandAnywhere()
+{
+    QFETCH(QStringList, arguments);
+    const Outcome outcome = mivoHost(arguments);
+    QCOMPARE(outcome.error, QString());
+    QCOMPARE(outcome.out, QString("MivoArg(Int: 1)\nMivoArg(Int: 2)\n"));
+    QCOMPARE(outcome.status, 0);
+}
+
+void MivoHostCommandTest::theNearestOfTheKnownIsNamed_data()
+{
+    QTest::addColumn<QStringList>("arguments");
+    QTest::addColumn<QString>("sentence");
+    QTest::newRow("command") << QStringList("cal")
+                             << "mivo-host: found the command \"cal\"; expected one of these; the "
+                                "nearest is call\n";
+    QTest::newRow("option") << QStringList({"call", "--wiht", "x"})
+                            << "mivo-host call: found the option --wiht; expected one of --with, "
+                               "--wait; the nearest is --with\n";
+    QTest::newRow("option with a value") << QStringList({"action", "--Wit=x=y"})
+                                         << "mivo-host action: found the option --Wit; expected "
+                                            "--with; the nearest is --with\n";
+    QTest::newRow("nothing is near") << QStringList({"call", "--frobnicate"})
+                                     << "mivo-host call: found the option --frobnicate; expected "
+                                        "one of --with, --wait\n";
+    QTest::newRow("a command without options")
+        << QStringList({"demo", "--fast"})
+        << "mivo-host demo: found the option --fast; expected no options\n";
+}
+
+void MivoHostCommandTest::theNearestOfTheKnownIsNamed()
+{
+    QFETCH(QStringList, arguments);
+    QFETCH(QString, sentence);
+    const Outcome outcome = mivoHost(arguments);
+    QCOMPARE(outcome.error.left(sentence.size()), sentence);
+    QCOMPARE(outcome.out, QString());
+    QCOMPARE(outcome.status, 2);
+}
+
+void MivoHostCommandTest::theVersionIsShown()
+{
+    const Outcome outcome = mivoHost({"--version"});
+    QCOMPARE(outcome.out, QString("mivo-host " MIVO_VERSION_STR "\n"));
+    QCOMPARE(outcome.error, QString());
+    QCOMPARE(outcome.status, 0);
+}
+
 void MivoHostCommandTest::helpIsShownOnRequest_data()
 {
     QTest::addColumn<QStringList>("arguments");
     QTest::addColumn<QString>("begin");
     QTest::newRow("itself") << QStringList("--help") << "usage: mivo-host COMMAND [ARGUMENT...]\n";
+    QTest::newRow("short") << QStringList("-h") << "usage: mivo-host COMMAND [ARGUMENT...]\n";
+    QTest::newRow("before the command")
+        << QStringList({"--help", "call"}) << "usage: mivo-host call FILE SLOT";
+    QTest::newRow("short, before the command")
+        << QStringList({"-h", "form"}) << "usage: mivo-host form FILE";
+    QTest::newRow("among arguments")
+        << QStringList({"call", "/no/such", "-h", "x"}) << "usage: mivo-host call FILE SLOT";
     for (const char* command : {"plugins", "call", "action", "form", "frames", "roster", "demo"}) {
         QTest::newRow(command) << QStringList({command, "--help"})
                                << QString("usage: mivo-host %1").arg(command);
@@ -186,6 +284,170 @@ void MivoHostCommandTest::actionIsDelivered()
     QCOMPARE(outcome.error,
              QString("mivo-host: echo: an action failed: failLater was asked to fail\n"
                      "mivo-host action: the action failed\n"));
+    QCOMPARE(outcome.status, 1);
+}
+
+void MivoHostCommandTest::whatIsLoggedIsNoFailure()
+{
+    const Outcome outcome = mivoHost({"action", oddAnswers, "logAction"});
+    QCOMPARE(outcome.error, QString());
+    QVERIFY2(outcome.out.contains("[dispatcher] log "), qPrintable(outcome.out));
+    QCOMPARE(outcome.status, 0);
+}
+
+void MivoHostCommandTest::aSlotOfTheOtherShapeIsSaidToBeOne()
+{
+    Outcome outcome = mivoHost({"action", echo, "sum", "int:1"});
+    QCOMPARE(outcome.error, QString("mivo-host action: echo: sum is a call: use call\n"));
+    QCOMPARE(outcome.out, QString());
+    QCOMPARE(outcome.status, 1);
+    outcome = mivoHost({"call", echo, "record", "int:1"});
+    QCOMPARE(outcome.error, QString("mivo-host call: echo: record is an action: use action\n"));
+    QCOMPARE(outcome.status, 1);
+}
+
+void MivoHostCommandTest::theSenderOfACallIsAPlugin()
+{
+    const Outcome outcome = mivoHost({"call", oddAnswers, "sender"});
+    QCOMPARE(outcome.out, QString("MivoArg(String: \"mivo-host\")\n"));
+    QCOMPARE(outcome.error, QString());
+}
+
+void MivoHostCommandTest::timersAndActionsAreServedAfterACall()
+{
+    Outcome outcome
+        = mivoHost({"call", echo, "startTimer", "int:10", "string:tick", "--wait", "1500"});
+    QCOMPARE(outcome.out,
+             QString("[echo      ] the timer \"tick\" has fired\n"
+                     "[main      ] waited 1500 ms: 1 timer and 0 actions came\n"));
+    QCOMPARE(outcome.error, QString());
+    QCOMPARE(outcome.status, 0);
+
+    outcome = mivoHost({"call", oddAnswers, "post", "--with", echo, "--wait=1"});
+    QCOMPARE(outcome.out,
+             QString("[dispatcher] delivered to echo\n"
+                     "[main      ] waited 1 ms: 0 timers and 1 action came\n"));
+    QCOMPARE(outcome.error, QString());
+    QCOMPARE(outcome.status, 0);
+
+    outcome = mivoHost({"call", echo, "echo", "int:1", "--wait", "1"});
+    QCOMPARE(outcome.out, QString("MivoArg(Int: 1)\n[main      ] waited 1 ms: nothing came\n"));
+}
+
+void MivoHostCommandTest::aWaitThatIsNoNumberIsRefused_data()
+{
+    QTest::addColumn<QString>("wait");
+    for (const char* wait : {"0", "-1", "+1", "x", "1.5", " 1", "1\n", "86400001", "9999999999999"})
+        QTest::newRow(wait) << QString(wait);
+}
+
+void MivoHostCommandTest::aWaitThatIsNoNumberIsRefused()
+{
+    QFETCH(QString, wait);
+    const Outcome outcome = mivoHost({"call", echo, "echo", "--wait", wait});
+    QVERIFY2(outcome.error.startsWith("mivo-host call: --wait: found \""),
+             qPrintable(outcome.error));
+    QVERIFY2(outcome.error.contains("; expected a whole number of milliseconds from 1 to "
+                                    "86400000\n"),
+             qPrintable(outcome.error));
+    QCOMPARE(outcome.out, QString());
+    QCOMPARE(outcome.status, 2);
+}
+
+void MivoHostCommandTest::deepValuesAreRefusedAndDeepAnswersCutOff()
+{
+    const auto nested = [](int levels) {
+        return QString("list:[").repeated(levels) + QString("]").repeated(levels);
+    };
+    QCOMPARE(mivoHost({"call", echo, "echo", nested(256)}).status, 0);
+    for (const int levels : {257, 15000}) {
+        const Outcome outcome = mivoHost({"call", echo, "echo", nested(levels)});
+        QVERIFY2(outcome.error.contains("position 1542: found a list at level 257; expected at "
+                                        "most 256 levels\n"),
+                 qPrintable(outcome.error));
+        QCOMPARE(outcome.out, QString());
+        QCOMPARE(outcome.status, 2);
+    }
+    const Outcome outcome = mivoHost({"call", oddAnswers, "deep", "int:15000"});
+    QCOMPARE(outcome.error, QString());
+    QCOMPARE(outcome.out.count("ArgList: ("), 256);
+    QVERIFY(outcome.out.contains("(MivoArg(ArgList: ...) )"));
+    QCOMPARE(outcome.status, 0);
+}
+
+void MivoHostCommandTest::anAnswerWithoutAPrinterIsShown()
+{
+    const Outcome outcome = mivoHost({"call", oddAnswers, "resource"});
+    QVERIFY2(outcome.out.startsWith("MivoArg(BuddyResource: name=\"desk\\u001b[31m\\u000a"),
+             qPrintable(outcome.out));
+    QCOMPARE(outcome.out.count('\n'), 1);
+    QCOMPARE(outcome.status, 0);
+}
+
+void MivoHostCommandTest::nothingUnfitReachesTheTerminal_data()
+{
+    QTest::addColumn<QStringList>("arguments");
+    QTest::addColumn<int>("lines"); // on both streams
+    QTest::newRow("plugins") << QStringList({"plugins", oddAnswers}) << 4;
+    QTest::newRow("call") << QStringList({"call", oddAnswers, "say"}) << 3;
+    QTest::newRow("call and wait") << QStringList({"call", oddAnswers, "say", "--wait", "1"}) << 4;
+    QTest::newRow("failed call") << QStringList({"call", oddAnswers, "fail"}) << 1;
+    QTest::newRow("action") << QStringList({"action", oddAnswers, "logAction"}) << 3;
+    QTest::newRow("failed action") << QStringList({"action", oddAnswers, "failAction"}) << 4;
+    QTest::newRow("form") << QStringList({"form", oddAnswers}) << 4;
+    QTest::newRow("field") << QStringList({"form", oddAnswers, "--set", "a\x1b=b"}) << 1;
+    QTest::newRow("roster") << QStringList({"roster", oddAnswers}) << 1;
+    QTest::newRow("file") << QStringList({"plugins", "/no/\x1b[31m\n"}) << 2;
+    QTest::newRow("slot") << QStringList({"call", echo, "\x1b\n"}) << 1;
+}
+
+void MivoHostCommandTest::nothingUnfitReachesTheTerminal()
+{
+    QFETCH(QStringList, arguments);
+    QFETCH(int, lines);
+    const Outcome outcome = mivoHost(arguments);
+    const QString all = outcome.out + outcome.error;
+    QCOMPARE(all.count('\n'), lines);
+    for (const QChar character : all)
+        QVERIFY2(character == '\n' || character.category() != QChar::Other_Control,
+                 qPrintable(all));
+    QVERIFY2(all.contains("\\u001b"), qPrintable(all));
+}
+
+void MivoHostCommandTest::outputThatCannotBeWrittenIsAnError_data()
+{
+    QTest::addColumn<QString>("line");
+    QTest::addColumn<QString>("argument");
+    QTest::addColumn<QString>("error");
+    const QString full("standard output cannot be written: No space left on device\n");
+    const QString pipe("standard output cannot be written: Broken pipe\n");
+    const QString closed("standard output cannot be written: Bad file descriptor\n");
+    QTest::newRow("plugins") << "$1 plugins $2 >/dev/full" << echo << "mivo-host plugins: " + full;
+    QTest::newRow("call") << "$1 call $2 thread >/dev/full" << echo << "mivo-host call: " + full;
+    QTest::newRow("action") << "$1 action $2 record >/dev/full" << echo
+                            << "mivo-host action: " + full;
+    QTest::newRow("form") << "$1 form $2 >/dev/full" << settings << "mivo-host form: " + full;
+    QTest::newRow("roster") << "$1 roster $2 >/dev/full" << QString(ROSTERS_FIXTURE)
+                            << "mivo-host roster: " + full;
+    QTest::newRow("demo") << "$1 demo >/dev/full" << QString() << "mivo-host demo: " + full;
+    QTest::newRow("frames") << "$1 frames --seconds 600 >/dev/full" << QString()
+                            << "mivo-host frames: " + full;
+    QTest::newRow("help") << "$1 --help >/dev/full" << QString() << "mivo-host: " + full;
+    QTest::newRow("help of a command")
+        << "$1 call -h >/dev/full" << QString() << "mivo-host: " + full;
+    QTest::newRow("version") << "$1 --version >/dev/full" << QString() << "mivo-host: " + full;
+    QTest::newRow("a pipe that nobody reads")
+        << "exec 9> >(:); wait $!; $1 form $2 >&9" << settings << "mivo-host form: " + pipe;
+    QTest::newRow("closed") << "$1 call $2 thread >&-" << echo << "mivo-host call: " + closed;
+}
+
+void MivoHostCommandTest::outputThatCannotBeWrittenIsAnError()
+{
+    QFETCH(QString, line);
+    QFETCH(QString, argument);
+    QFETCH(QString, error);
+    const Outcome outcome = inShell(line, argument);
+    QCOMPARE(outcome.error, error);
     QCOMPARE(outcome.status, 1);
 }
 

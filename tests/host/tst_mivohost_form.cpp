@@ -1,5 +1,7 @@
 #include "MivoHostCommand.h"
 
+#include <sys/stat.h>
+
 namespace {
 
 const QString settings = SETTINGS_PLUGIN;
@@ -60,6 +62,9 @@ private Q_SLOTS:
     void aFileThatCannotBeWrittenIsReported_data();
     void aFileThatCannotBeWrittenIsReported();
     void aWriteThatFailsHalfwayKeepsTheFile();
+    void aFileThatIsNotRegularIsNeitherReadNorReplaced();
+    void fileNamesNeedNotBeUtf8();
+    void nothingIsSavedWhenTheFormCannotBeShown();
     void nothingIsSavedWithoutThePlugin_data();
     void nothingIsSavedWithoutThePlugin();
     void aClickedButtonRunsItsActionInTheOtherPlugin();
@@ -572,6 +577,60 @@ void MivoHostFormTest::aWriteThatFailsHalfwayKeepsTheFile()
     QCOMPARE(QDir(folder->path()).entryList(QDir::Files | QDir::Hidden), QStringList("out.xml"));
 }
 
+void MivoHostFormTest::aFileThatIsNotRegularIsNeitherReadNorReplaced()
+{
+    QCOMPARE(::mkfifo(in().toUtf8().constData(), 0600), 0);
+    Outcome outcome = form({settings, "--load", in()});
+    QCOMPARE(outcome.error,
+             "mivo-host form: " + in()
+                 + ": cannot be read: found a FIFO; expected a regular file\n");
+    QCOMPARE(outcome.status, 1);
+    outcome = form({settings, "--save", in()});
+    QCOMPARE(outcome.error,
+             "mivo-host form: " + in()
+                 + ": cannot be written: found a FIFO; expected a regular file\n");
+    QCOMPARE(outcome.status, 1);
+    struct stat found = {};
+    QVERIFY(::stat(in().toUtf8().constData(), &found) == 0 && S_ISFIFO(found.st_mode));
+}
+
+void MivoHostFormTest::fileNamesNeedNotBeUtf8()
+{
+    const QString line = "cd \"$1\" && name=$'caf\\xe9 \\xff.xml' && "
+                         "\"$2\" form \"$3\" --set nickname=Zoe --save \"$name\" >/dev/null && "
+                         "cat \"$name\" >/dev/null && \"$2\" form --load=\"$name\" \"$3\" && "
+                         "\"$2\" form \"$3\" --load \"no such $name\"";
+    const Outcome outcome
+        = outcomeOf("bash", {"-c", line, "bash", folder->path(), MIVO_HOST, settings});
+    QVERIFY2(outcome.out.contains("Nickname: \"Zoe\""), qPrintable(outcome.out));
+    QCOMPARE(outcome.error,
+             QString("mivo-host form: no such caf\\xe9 \\xff.xml: cannot be read: No such file or "
+                     "directory\n"));
+    QCOMPARE(outcome.status, 1);
+
+    const Outcome plugin = outcomeOf("bash", {"-c", "\"$1\" form $'\\xe9.so'", "bash", MIVO_HOST});
+    QCOMPARE(plugin.error,
+             QString("mivo-host form: \\xe9.so: found a file name that is not UTF-8; expected one "
+                     "that is, as plug-ins are loaded under such names alone\n"));
+    QCOMPARE(plugin.status, 1);
+    const Outcome value = outcomeOf(
+        "bash", {"-c", "\"$1\" form \"$2\" --set nickname=$'\\xe9'", "bash", MIVO_HOST, settings});
+    QVERIFY2(
+        value.error.startsWith("mivo-host form: --set: found nickname=\\xe9; expected ID=VALUE\n"),
+        qPrintable(value.error));
+    QCOMPARE(value.status, 2);
+}
+
+void MivoHostFormTest::nothingIsSavedWhenTheFormCannotBeShown()
+{
+    write(out(), "kept");
+    const Outcome outcome = outcomeOf(
+        "bash",
+        {"-c", "\"$1\" form \"$2\" --save \"$3\" >/dev/full", "bash", MIVO_HOST, settings, out()});
+    QCOMPARE(outcome.status, 1);
+    QCOMPARE(contentOf(out()), QByteArray("kept"));
+}
+
 void MivoHostFormTest::nothingIsSavedWithoutThePlugin_data()
 {
     QTest::addColumn<QStringList>("arguments");
@@ -659,14 +718,13 @@ void MivoHostFormTest::wrongUsageShowsTheUsage_data()
     QTest::addColumn<QStringList>("arguments");
     QTest::addColumn<QString>("sentence");
     QTest::newRow("nothing") << QStringList() << "found 0 arguments; expected FILE";
-    QTest::newRow("option first") << QStringList({"--set", "a=b", settings})
-                                  << "found --set; expected FILE";
+    QTest::newRow("option alone") << QStringList({"--set", "a=b"})
+                                  << "found 0 arguments; expected FILE";
     QTest::newRow("another FILE") << QStringList({settings, echo})
-                                  << "found " + echo
-            + "; expected --load, --save, --set, --click or --with";
-    QTest::newRow("unknown option")
-        << QStringList({settings, "--lod", "x"})
-        << "found --lod; expected --load, --save, --set, --click or --with";
+                                  << "found 2 arguments; expected FILE";
+    QTest::newRow("unknown option") << QStringList({settings, "--lod", "x"})
+                                    << "found the option --lod; expected one of --load, --save, "
+                                       "--set, --click, --with; the nearest is --load";
     QTest::newRow("load nothing") << QStringList({settings, "--load"})
                                   << "--load: found nothing; expected one XML file";
     QTest::newRow("load no name") << QStringList({settings, "--load", ""})
@@ -676,7 +734,7 @@ void MivoHostFormTest::wrongUsageShowsTheUsage_data()
     QTest::newRow("load twice") << QStringList({settings, "--load", "a", "--load", "b"})
                                 << "--load: found a and b; expected one XML file";
     QTest::newRow("save two") << QStringList({settings, "--save", "a", "b"})
-                              << "--save: found a and b; expected one file";
+                              << "found 2 arguments; expected FILE";
     QTest::newRow("set nothing") << QStringList({settings, "--set"})
                                  << "--set: found nothing; expected ID=VALUE";
     QTest::newRow("set without a value") << QStringList({settings, "--set", "a=b", "nickname"})

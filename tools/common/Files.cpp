@@ -69,6 +69,26 @@ private:
     int number;
 };
 
+/** Opens a regular file for reading. */
+int openRegular(const QString& name)
+{
+    const QByteArray path = Files::bytesOf(name);
+    struct stat found = {};
+    if (::stat(path.constData(), &found) != 0)
+        fail(name, cannotRead, reasonOf(errno));
+    if (!S_ISREG(found.st_mode))
+        fail(name, cannotRead, notRegular(found.st_mode));
+    // Another file may have taken the name by now: nothing is waited for.
+    const int file = ::open(path.constData(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
+    if (file < 0)
+        fail(name, cannotRead, reasonOf(errno));
+    if (::fstat(file, &found) != 0 || !S_ISREG(found.st_mode)) {
+        ::close(file);
+        fail(name, cannotRead, notRegular(found.st_mode));
+    }
+    return file;
+}
+
 /** The size of the character in UTF-8 that @p bytes begins with; 0 when there is none. */
 int characterSize(const QByteArray& bytes, int at)
 {
@@ -222,6 +242,11 @@ QString Files::nameFrom(const char* bytes)
     return name;
 }
 
+bool Files::isUtf8(const QString& name)
+{
+    return nameFrom(name.toUtf8().constData()) == name;
+}
+
 QByteArray Files::bytesOf(const QString& name)
 {
     QByteArray bytes;
@@ -241,19 +266,7 @@ QByteArray Files::bytesOf(const QString& name)
 
 QByteArray Files::read(const QString& name, qint64 limit)
 {
-    const QByteArray path = bytesOf(name);
-    struct stat found = {};
-    if (::stat(path.constData(), &found) != 0)
-        fail(name, cannotRead, reasonOf(errno));
-    if (!S_ISREG(found.st_mode))
-        fail(name, cannotRead, notRegular(found.st_mode));
-    // Another file may have taken the name by now: nothing is waited for.
-    const Descriptor file(::open(path.constData(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
-    if (!file.isOpen() || ::fstat(file.get(), &found) != 0)
-        fail(name, cannotRead, reasonOf(errno));
-    if (!S_ISREG(found.st_mode))
-        fail(name, cannotRead, notRegular(found.st_mode));
-
+    const Descriptor file(openRegular(name));
     QByteArray content;
     char piece[65536];
     for (;;) {
@@ -267,6 +280,27 @@ QByteArray Files::read(const QString& name, qint64 limit)
             fail(name, cannotRead,
                  QString("found more than %1 bytes; expected at most %1").arg(limit));
     }
+}
+
+Files::Utf8Name::Utf8Name(const QString& name)
+    : own(name)
+    , usable(name)
+{
+    if (isUtf8(name))
+        return;
+    descriptor = openRegular(name);
+    usable = QString("/proc/self/fd/%1").arg(descriptor);
+}
+
+Files::Utf8Name::~Utf8Name()
+{
+    if (descriptor >= 0)
+        ::close(descriptor);
+}
+
+QString Files::Utf8Name::withOwnName(QString message) const
+{
+    return descriptor < 0 ? message : message.replace(usable, own);
 }
 
 void Files::requireWritable(const QString& name)

@@ -16,11 +16,35 @@ namespace Files {
 
 /** The text for a name, or any other argument of a program, whatever the locale. */
 QString nameFrom(const char* bytes);
+/** Whether all of a name, or of any other argument, is UTF-8. */
+bool isUtf8(const QString& name);
 /** The bytes that nameFrom() has made the text of. */
 QByteArray bytesOf(const QString& name);
 
 /** The content of a file of at most @p limit bytes. */
 QByteArray read(const QString& name, qint64 limit);
+
+/**
+ * A file under a name that every function takes which opens files by UTF-8 names, as those of Qt
+ * and of plug-ins do: its own, or one that leads to it as long as this object exists.
+ */
+class Utf8Name
+{
+public:
+    explicit Utf8Name(const QString& name);
+    ~Utf8Name();
+
+    QString name() const { return usable; }
+    /** @p message with the file's own name in place of the other. */
+    QString withOwnName(QString message) const;
+
+private:
+    Q_DISABLE_COPY(Utf8Name)
+
+    const QString own;
+    QString usable;
+    int descriptor = -1;
+};
 
 /** Finds out whether write() can replace or make the file, and leaves all as it is. */
 void requireWritable(const QString& name);

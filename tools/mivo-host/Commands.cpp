@@ -2,15 +2,15 @@
 
 #include "Console.h"
 #include "DisplayText.h"
+#include "Session.h"
 #include "ValueText.h"
 
-#include <MivoDispatcher.h>
-#include <MivoHostLog.h>
 #include <MivoPlugin.h>
-#include <MivoPluginThread.h>
 #include <MivoService.h>
 
-#include <QAtomicInt>
+#include <QEventLoop>
+#include <QRegularExpression>
+#include <QTimer>
 
 namespace {
 
@@ -25,31 +25,25 @@ const char valueDetails[]
 const char formDetails[]
     = "Whatever the order of the options, the values are loaded, then set; the form is shown, its\n"
       "buttons are clicked, and last the values are saved, unless something before has failed.\n"
-      "--load  takes over the values of the fields whose id and kind are in the file\n"
-      "--save  writes the values to a file in place of what it held, as a whole or not at all\n"
-      "--set   VALUE is true or false for a check box or radio button, an item's text or its\n"
-      "        index, counted from 0, for a combo box, a number within the limits for a spin box,\n"
-      "        any text for an edit; the ID ends at the first =\n"
-      "--click runs a button's action, in the plug-in that it is for\n"
-      "--with  loads further plug-ins beside this one\n"
-      "Of fields with the same id the first one is loaded, set, clicked and saved.";
+      "VALUE is true or false for a check box or radio button, an item's text or its index, "
+      "counted\n"
+      "from 0, for a combo box, a number within the limits for a spin box, any text for an edit;\n"
+      "the ID ends at the first =. Of fields with the same id the first one is loaded, set, "
+      "clicked\n"
+      "and saved.";
 
 const char framesDetails[] = "The frames have the largest size of the ratio (4:3) that fits into "
                              "the size (640x480). They\n"
                              "run for N seconds (3), and one of them is written to FILE.";
 
-void requireAtLeast(const QStringList& arguments, int count, const char* names)
-{
-    if (arguments.size() < count)
-        throw UsageError(
-            QString("found %1 arguments; expected %2").arg(arguments.size()).arg(names));
-}
+const Operand pluginOperand = {"FILE", Operand::One, Completion::PluginFiles};
+const Operand valuesOperand = {"KIND:VALUE", Operand::AnyNumber, Completion::Kinds};
 
-/** The values on a command line from @p first on, all of them read before anything is called. */
-QList<MivoArg> valuesFrom(const QStringList& arguments, int first)
+/** The values after FILE and SLOT, all of them read before anything is called. */
+QList<MivoArg> valuesFrom(const QStringList& arguments)
 {
     QList<MivoArg> values;
-    for (int i = first; i < arguments.size(); ++i) {
+    for (int i = 2; i < arguments.size(); ++i) {
         try {
             values.append(valueFromText(arguments.at(i)));
         } catch (const ValueTextError& error) {
@@ -74,121 +68,159 @@ void describe(const QString& file, const MivoPlugin& plugin)
         Console::out(QString("  service: %1").arg(debugText(service).trimmed()));
 }
 
-void runPlugins(const QStringList& files)
+void runPlugins(const Arguments& arguments)
 {
-    requireAtLeast(files, 1, "at least one FILE");
-    MivoHost host;
-    QStringList refused;
-    for (const QString& file : files) {
-        QString error;
-        const MivoPlugin* const plugin = host.load(file, &error);
-        if (plugin)
-            describe(file, *plugin);
-        else
-            refused.append(error);
+    Session session;
+    int refused = 0;
+    for (const QString& file : arguments.operands) {
+        try {
+            describe(file, *session.load(file));
+        } catch (const Failure& failure) {
+            Console::error("mivo-host plugins: " + failure.message());
+            ++refused;
+        }
     }
-    if (!refused.isEmpty())
-        throw Failure(refused.join('\n'));
+    if (refused > 0)
+        throw Failure(
+            QString("refused %1 of %2 files").arg(refused).arg(arguments.operands.size()));
 }
 
-void runCall(const QStringList& arguments)
+/** The milliseconds of --wait; 0 without it. */
+int waitFrom(const Arguments& arguments)
 {
-    requireAtLeast(arguments, 2, "FILE and SLOT");
-    const QList<MivoArg> values = valuesFrom(arguments, 2);
+    if (!arguments.has("--wait"))
+        return 0;
+    const int longest = 24 * 60 * 60 * 1000;
+    const QString text = arguments.value("--wait");
+    static const QRegularExpression digits("\\A[0-9]{1,9}\\z");
+    const int wait = digits.match(text).hasMatch() ? text.toInt() : 0;
+    if (wait < 1 || wait > longest)
+        throw UsageError(QString("--wait: found %1; expected a whole number of milliseconds from 1 "
+                                 "to %2")
+                             .arg(quotedOneLine(text))
+                             .arg(longest));
+    return wait;
+}
 
-    MivoHost host;
-    MivoPlugin* const plugin = loadPlugin(host, arguments.at(0));
-    startHost(host);
-    const QList<MivoArg> answer = host.call(plugin, arguments.at(1), values);
+void runCall(const Arguments& arguments)
+{
+    const QList<MivoArg> values = valuesFrom(arguments.operands);
+    const int wait = waitFrom(arguments);
+
+    Session session;
+    MivoPlugin* const plugin = loadPlugins(session, arguments);
+    session.start();
+    if (wait > 0)
+        session.listen();
+    const QList<MivoArg> answer = session.call(plugin, arguments.operands.at(1), values);
     for (const MivoArg& value : answer)
         Console::outLines(displayText(value));
+    if (wait == 0)
+        return;
+
+    QEventLoop loop;
+    QTimer::singleShot(wait, &loop, SLOT(quit()));
+    loop.exec();
+    session.finish();
+    Console::say(QString("waited %1 ms: %2").arg(wait).arg(session.arrived()));
 }
 
-QAtomicInt failedActions;
-
-/** What the dispatcher logs of an action that threw is the one sign of it. */
-void countAndWrite(const QString& line)
+void runAction(const Arguments& arguments)
 {
-    if (line.contains(": an action failed: "))
-        failedActions.ref();
-    writeLog(line);
-}
+    const QList<MivoArg> values = valuesFrom(arguments.operands);
 
-void runAction(const QStringList& arguments)
-{
-    requireAtLeast(arguments, 2, "FILE and SLOT");
-    const QList<MivoArg> values = valuesFrom(arguments, 2);
-
-    MivoHost host;
-    MivoPlugin* const plugin = loadPlugin(host, arguments.at(0));
-    startHost(host);
-    MivoPluginAction action = host.action(plugin, arguments.at(1), values);
-    deliver(host, [&action] {
-        Console::say("posted"); // first: the dispatcher may be faster than this thread
-        action();
-    });
+    Session session;
+    MivoPlugin* const plugin = loadPlugins(session, arguments);
+    session.start();
+    MivoPluginAction action = session.action(plugin, arguments.operands.at(1), values);
+    session.listen();
+    Console::say("posted"); // first: the dispatcher may be faster than this thread
+    action();
+    session.finish();
 }
 
 } // namespace
 
+const Option withOption = {"--with",
+                           Option::Several,
+                           "FILE",
+                           "the FILE of a plug-in",
+                           "loads further plug-ins beside this one",
+                           Completion::PluginFiles};
+
 const QList<Command>& commands()
 {
     static const QList<Command> all = {
-        {"plugins", "FILE...", "Shows what each plug-in offers.", nullptr, runPlugins},
-        {"call", "FILE SLOT [KIND:VALUE...]",
+        {"plugins",
+         {{"FILE", Operand::OneOrMore, Completion::PluginFiles}},
+         {},
+         "Shows what each plug-in offers.",
+         nullptr,
+         runPlugins},
+        {"call",
+         {pluginOperand, {"SLOT", Operand::One, Completion::CallSlots}, valuesOperand},
+         {withOption,
+          {"--wait", Option::One, "MILLISECONDS", "a whole number of milliseconds",
+           "then serves timers and posted actions so long, and says what comes",
+           Completion::Nothing}},
          "Calls a slot in the plug-in's own thread and prints its answer, a value a line.",
-         valueDetails, runCall},
-        {"action", "FILE SLOT [KIND:VALUE...]",
-         "Posts an action, which the dispatcher delivers in its own thread.", valueDetails,
+         valueDetails,
+         runCall},
+        {"action",
+         {pluginOperand, {"SLOT", Operand::One, Completion::ActionSlots}, valuesOperand},
+         {withOption},
+         "Posts an action, which the dispatcher delivers in its own thread.",
+         valueDetails,
          runAction},
         {"form",
-         "FILE [--load in.xml] [--save out.xml] [--set ID=VALUE...] [--click ID...] [--with "
-         "FILE...]",
+         {pluginOperand},
+         {{"--load", Option::One, "in.xml", "one XML file",
+           "takes over the values of the fields whose id and kind are in the file, of at most 64 "
+           "MiB",
+           Completion::Files},
+          {"--save", Option::One, "out.xml", "one file",
+           "writes the values to a file in place of what it held, as a whole or not at all",
+           Completion::Files},
+          {"--set", Option::Several, "ID=VALUE", "ID=VALUE", "changes values", Completion::Fields},
+          {"--click", Option::Several, "ID", "the ID of a button",
+           "runs a button's action, in the plug-in that it is for", Completion::Buttons},
+          withOption},
          "Shows the form of a plug-in; restores, changes and saves its values, clicks its buttons.",
-         formDetails, runForm},
-        {"frames", "[--size WxH] [--ratio W:H] [--seconds N] [--png FILE]",
+         formDetails,
+         runForm},
+        {"frames",
+         {},
+         {{"--size", Option::One, "WxH", "WxH, whole numbers from 1 to 16384",
+           "the wanted size in pixels", Completion::Nothing},
+          {"--ratio", Option::One, "W:H", "W:H, whole numbers from 1 to 1000",
+           "the ratio of width to height", Completion::Nothing},
+          {"--seconds", Option::One, "N", "a whole number from 1 to 86400", "how long they run",
+           Completion::Nothing},
+          {"--png", Option::One, "FILE", "the name of a file", "writes the last frame to a picture",
+           Completion::Files}},
          "Sends test frames from one plug-in to another, which checks them and measures the rate.",
-         framesDetails, runFrames},
-        {"roster", "FILE [EXPORT]",
+         framesDetails,
+         runFrames},
+        {"roster",
+         {pluginOperand, {"EXPORT", Operand::AtMostOne, Completion::Files}},
+         {},
          "Shows the contact list that the plug-in's slot roster answers, given EXPORT, as a tree.",
-         nullptr, runRoster},
-        {"demo", "", "Shows a call's whole journey through three example plug-ins, line by line.",
-         nullptr, runDemo},
+         nullptr,
+         runRoster},
+        {"demo",
+         {},
+         {},
+         "Shows a call's whole journey through three example plug-ins, line by line.",
+         nullptr,
+         runDemo},
     };
     return all;
 }
 
-void writeLog(const QString& line)
+MivoPlugin* loadPlugins(Session& session, const Arguments& arguments)
 {
-    Console::error("mivo-host: " + line);
-}
-
-MivoPlugin* loadPlugin(MivoHost& host, const QString& file)
-{
-    QString error;
-    MivoPlugin* const plugin = host.load(file, &error);
-    if (!plugin)
-        throw Failure(error);
+    MivoPlugin* const plugin = session.load(arguments.operands.at(0));
+    for (const QString& file : arguments.values(withOption.name))
+        session.load(file);
     return plugin;
-}
-
-void startHost(MivoHost& host)
-{
-    QString error;
-    if (!host.start(&error))
-        throw Failure(error);
-}
-
-void deliver(MivoHost& host, const std::function<void()>& post)
-{
-    QObject::connect(
-        host.dispatcher(), &MivoDispatcher::delivered, host.dispatcher(),
-        [](MivoPlugin* called) { Console::say(QString("delivered to %1").arg(called->name())); },
-        Qt::DirectConnection);
-    MivoHostLog::setWriter(countAndWrite);
-    post();
-    host.shutdown();
-    MivoHostLog::setWriter(writeLog);
-    if (failedActions.loadAcquire() > 0)
-        throw Failure("the action failed");
 }

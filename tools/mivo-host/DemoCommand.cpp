@@ -1,6 +1,7 @@
 #include "Commands.h"
 #include "Console.h"
 #include "ExamplePlugins.h"
+#include "Session.h"
 
 #include <MivoDispatcher.h>
 #include <MivoHostLog.h>
@@ -25,11 +26,11 @@ private:
     Q_DISABLE_COPY(SpokenLog)
 };
 
-void waitUntilShown(const MivoHost& host, MivoPlugin* console, int count)
+void waitUntilShown(Session& session, MivoPlugin* console, int count)
 {
     QElapsedTimer elapsed;
     elapsed.start();
-    while (host.call(console, "shown", {}).at(0).toStringList().size() < count) {
+    while (session.call(console, "shown", {}).at(0).toStringList().size() < count) {
         if (elapsed.elapsed() > patienceMs)
             throw Failure(QString("nothing has been shown within %1 ms").arg(patienceMs));
         QThread::msleep(10);
@@ -38,19 +39,17 @@ void waitUntilShown(const MivoHost& host, MivoPlugin* console, int count)
 
 } // namespace
 
-void runDemo(const QStringList& arguments)
+void runDemo(const Arguments&)
 {
-    if (!arguments.isEmpty())
-        throw UsageError(QString("found %1 arguments; expected none").arg(arguments.size()));
-
     const SpokenLog log;
-    MivoHost host;
+    Session session;
+    MivoHost& host = session.host;
     for (const char* name : {"console", "chat", "history"}) {
         const QString file = examplePlugin(name);
-        const MivoPlugin* const plugin = loadPlugin(host, file);
+        const MivoPlugin* const plugin = session.load(file);
         Console::say(QString("loaded the plug-in %1 from %2").arg(plugin->name(), file));
     }
-    startHost(host);
+    session.start();
     Console::say("started a thread for each plug-in and one for the dispatcher");
     QSemaphore delivered;
     QObject::connect(
@@ -69,13 +68,13 @@ void runDemo(const QStringList& arguments)
     MivoPlugin* const history = host.findPlugin("history");
 
     Console::say("calls console in its own thread and waits: it binds an action and builds a form");
-    host.call(console, "open", {MivoArg(QString("ann@example.org"))});
+    session.call(console, "open", {MivoArg(QString("ann@example.org"))});
 
     Console::say("has the button \"send\" clicked");
-    host.call(console, "click", {MivoArg(QString("send"))});
+    session.call(console, "click", {MivoArg(QString("send"))});
     waitUntilDelivered();
 
-    const MivoArg count = host.call(history, "count", {}).at(0);
+    const MivoArg count = session.call(history, "count", {}).at(0);
     Console::say(
         QString("asks history for its count: toInt() of the answer is %1").arg(count.toInt()));
     try {
@@ -85,12 +84,12 @@ void runDemo(const QStringList& arguments)
     }
 
     Console::say("has the button \"wrong\" clicked, whose action carries a String for the Buddy");
-    host.call(console, "click", {MivoArg(QString("wrong"))});
+    session.call(console, "click", {MivoArg(QString("wrong"))});
     waitUntilDelivered();
 
     Console::say("has console start a timer of 50 ms");
-    host.call(console, "remind", {MivoArg(50)});
-    waitUntilShown(host, console, 2);
+    session.call(console, "remind", {MivoArg(50)});
+    waitUntilShown(session, console, 2);
 
     host.shutdown();
     Console::say("shut down: all threads have ended");

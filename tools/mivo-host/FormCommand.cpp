@@ -2,6 +2,7 @@
 #include "Console.h"
 #include "DisplayText.h"
 #include "Files.h"
+#include "Session.h"
 
 #include <MivoField.h>
 #include <MivoField_p.h>
@@ -14,6 +15,8 @@
 #include <QVector>
 #include <QXmlStreamReader>
 
+#include <algorithm>
+
 namespace {
 
 const int widestIdColumn = 24;
@@ -25,85 +28,17 @@ struct Change
     QString text;
 };
 
-/** What the command line asks for. */
-class FormArguments
+/** What is to be set; throws a UsageError. */
+QList<Change> changesFrom(const QStringList& assignments)
 {
-public:
-    explicit FormArguments(const QStringList& arguments);
-
-    QString file;
-    QStringList load; // one file at most, as of save
-    QStringList save;
-    QStringList set;
-    QStringList click;
-    QStringList with;
     QList<Change> changes;
-
-private:
-    struct Option
-    {
-        const char* name;
-        const char* expected;
-        bool takesSeveral;
-        QStringList FormArguments::*values;
-    };
-    static const Option options[];
-
-    static const Option* findOption(const QString& name);
-};
-
-const FormArguments::Option FormArguments::options[] = {
-    {"--load", "one XML file", false, &FormArguments::load},
-    {"--save", "one file", false, &FormArguments::save},
-    {"--set", "ID=VALUE", true, &FormArguments::set},
-    {"--click", "the ID of a button", true, &FormArguments::click},
-    {"--with", "the FILE of a plug-in", true, &FormArguments::with},
-};
-
-const FormArguments::Option* FormArguments::findOption(const QString& name)
-{
-    for (const Option& option : options) {
-        if (name == option.name)
-            return &option;
-    }
-    return nullptr;
-}
-
-FormArguments::FormArguments(const QStringList& arguments)
-{
-    if (arguments.isEmpty() || arguments.first().startsWith("--"))
-        throw UsageError(
-            QString("found %1; expected FILE")
-                .arg(arguments.isEmpty() ? QString("0 arguments") : arguments.first()));
-    file = arguments.first();
-
-    for (int i = 1; i < arguments.size();) {
-        const Option* const option = findOption(arguments.at(i));
-        if (!option)
-            throw UsageError(QString("found %1; expected --load, --save, --set, --click or --with")
-                                 .arg(arguments.at(i)));
-        QStringList& values = this->*option->values;
-        const int first = ++i;
-        while (i < arguments.size() && !findOption(arguments.at(i)))
-            values.append(arguments.at(i++));
-        QString found;
-        if (i == first)
-            found = "nothing";
-        else if (!option->takesSeveral && values.size() > 1)
-            found = values.join(" and ");
-        else if (values.contains(QString()))
-            found = "an empty text";
-        if (!found.isEmpty())
-            throw UsageError(
-                QString("%1: found %2; expected %3").arg(option->name, found, option->expected));
-    }
-
-    for (const QString& assignment : qAsConst(set)) {
+    for (const QString& assignment : assignments) {
         const int end = int(assignment.indexOf('='));
-        if (end < 0)
+        if (end < 0 || !Files::isUtf8(assignment))
             throw UsageError(QString("--set: found %1; expected ID=VALUE").arg(assignment));
         changes.append({assignment.left(end), assignment.mid(end + 1)});
     }
+    return changes;
 }
 
 /** As a programmer would write it: with \n for a line end. */
@@ -399,7 +334,7 @@ void show(const MivoPlugin& plugin, const QList<MivoField>& fields)
     const QVector<bool> firsts = firstsOfTheirIds(fields);
     int idWidth = 0;
     for (const MivoField& field : fields)
-        idWidth = qMax(idWidth, qMin(int(field.getId().size()), widestIdColumn));
+        idWidth = std::max(idWidth, std::min(int(field.getId().size()), widestIdColumn));
 
     QStringList groups;
     QHash<QString, QStringList> lines;
@@ -434,42 +369,41 @@ QList<MivoField> findButtons(QList<MivoField>& fields, const QStringList& ids)
     return buttons;
 }
 
-void click(MivoHost& host, QList<MivoField> buttons)
+void click(Session& session, QList<MivoField> buttons)
 {
-    deliver(host, [&buttons] {
-        for (MivoField& button : buttons) {
-            // First: the dispatcher may be faster than this thread.
-            Console::say(QString(hasAction(button) ? "clicked %1" : "clicked %1: it has no action")
-                             .arg(button.getId()));
-            button.clicked();
-        }
-    });
+    session.listen();
+    for (MivoField& button : buttons) {
+        // First: the dispatcher may be faster than this thread.
+        Console::say(QString(hasAction(button) ? "clicked %1" : "clicked %1: it has no action")
+                         .arg(button.getId()));
+        button.clicked();
+    }
+    session.finish();
 }
 
 } // namespace
 
-void runForm(const QStringList& arguments)
+void runForm(const Arguments& arguments)
 {
-    const FormArguments asked(arguments);
+    const QList<Change> changes = changesFrom(arguments.values("--set"));
     const MivoXmlNode values
-        = asked.load.isEmpty() ? MivoXmlNode() : readValues(asked.load.first());
+        = arguments.has("--load") ? readValues(arguments.value("--load")) : MivoXmlNode();
 
-    MivoHost host;
-    MivoPlugin* const plugin = loadPlugin(host, asked.file);
-    for (const QString& file : asked.with)
-        loadPlugin(host, file);
-    startHost(host);
+    Session session;
+    MivoPlugin* const plugin = loadPlugins(session, arguments);
+    session.start();
 
-    QList<MivoField> fields = host.fields(plugin);
+    QList<MivoField> fields = session.fields(plugin);
     if (!values.isNull())
         fields = MivoField::fromXml(fields, values);
-    for (const Change& change : asked.changes)
+    for (const Change& change : changes)
         setField(findField(fields, change.id, canBeSet), change.text);
-    const QList<MivoField> buttons = findButtons(fields, asked.click);
+    const QList<MivoField> buttons = findButtons(fields, arguments.values("--click"));
 
     show(*plugin, fields);
     if (!buttons.isEmpty())
-        click(host, buttons);
-    if (!asked.save.isEmpty())
-        Files::write(asked.save.first(), MivoField::toXml(withoutLaterOnes(fields)).toXml());
+        click(session, buttons);
+    Console::requireWritten();
+    if (arguments.has("--save"))
+        Files::write(arguments.value("--save"), MivoField::toXml(withoutLaterOnes(fields)).toXml());
 }

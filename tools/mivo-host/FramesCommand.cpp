@@ -3,6 +3,7 @@
 #include "ExamplePlugins.h"
 #include "Files.h"
 #include "PngPicture.h"
+#include "Session.h"
 
 #include <MivoGarbageCollector.h>
 #include <MivoPlugin.h>
@@ -13,6 +14,8 @@
 #include <QRegularExpression>
 #include <QSize>
 #include <QTimer>
+
+#include <algorithm>
 
 namespace {
 
@@ -63,29 +66,16 @@ int secondsFrom(const QString& option, const QString& text)
     return seconds;
 }
 
-Options optionsFrom(const QStringList& arguments)
+Options optionsFrom(const Arguments& arguments)
 {
-    static const QStringList known = {"--size", "--ratio", "--seconds", "--png"};
     Options options;
-    for (int i = 0; i < arguments.size(); i += 2) {
-        const QString& option = arguments.at(i);
-        if (!known.contains(option))
-            throw UsageError(
-                QString("found \"%1\"; expected one of %2").arg(option, known.join(", ")));
-        if (i + 1 == arguments.size())
-            throw UsageError(QString("%1: found nothing after it; expected a value").arg(option));
-        const QString& value = arguments.at(i + 1);
-        if (option == "--size")
-            options.size = pairFrom(option, value, 'x', 16384);
-        else if (option == "--ratio")
-            options.ratio = pairFrom(option, value, ':', 1000);
-        else if (option == "--seconds")
-            options.seconds = secondsFrom(option, value);
-        else if (!value.isEmpty())
-            options.png = value;
-        else
-            refuse(option, value, "the name of a file");
-    }
+    if (arguments.has("--size"))
+        options.size = pairFrom("--size", arguments.value("--size"), 'x', 16384);
+    if (arguments.has("--ratio"))
+        options.ratio = pairFrom("--ratio", arguments.value("--ratio"), ':', 1000);
+    if (arguments.has("--seconds"))
+        options.seconds = secondsFrom("--seconds", arguments.value("--seconds"));
+    options.png = arguments.value("--png");
     return options;
 }
 
@@ -103,7 +93,7 @@ QString seconds(qint64 nanoseconds)
 void runEventLoop(qint64 milliseconds)
 {
     QEventLoop loop;
-    QTimer::singleShot(int(qMax(qint64(0), milliseconds)), &loop, SLOT(quit()));
+    QTimer::singleShot(int(std::max(qint64(0), milliseconds)), &loop, SLOT(quit()));
     loop.exec();
 }
 
@@ -128,10 +118,10 @@ struct Received
 class Stream
 {
 public:
-    explicit Stream(MivoHost& newHost)
-        : host(newHost)
-        , consumer(loadPlugin(newHost, examplePlugin("frames_consumer")))
-        , producer(loadPlugin(newHost, examplePlugin("frames_producer")))
+    explicit Stream(Session& newSession)
+        : session(newSession)
+        , consumer(newSession.load(examplePlugin("frames_consumer")))
+        , producer(newSession.load(examplePlugin("frames_producer")))
     {
     }
 
@@ -149,8 +139,8 @@ public:
     {
         const float quotient = float(ratio.width()) / float(ratio.height());
         const QList<MivoArg> size
-            = host.call(producer, "start",
-                        {MivoArg(wanted.width()), MivoArg(wanted.height()), MivoArg(quotient)});
+            = session.call(producer, "start",
+                           {MivoArg(wanted.width()), MivoArg(wanted.height()), MivoArg(quotient)});
         runs = true;
         return {size.at(0).toInt(), size.at(1).toInt()};
     }
@@ -158,21 +148,21 @@ public:
     void stop()
     {
         if (runs)
-            host.call(producer, "stop", {});
+            session.call(producer, "stop", {});
         runs = false;
     }
 
-    Received received() const { return Received(host.call(consumer, "statistics", {})); }
-    QList<MivoArg> made() const { return host.call(producer, "statistics", {}); }
-    void keepFrame() const { host.call(consumer, "keepFrame", {}); }
-    QList<MivoArg> keptFrame() const { return host.call(consumer, "keptFrame", {}); }
+    Received received() const { return Received(session.call(consumer, "statistics", {})); }
+    QList<MivoArg> made() const { return session.call(producer, "statistics", {}); }
+    void keepFrame() const { session.call(consumer, "keepFrame", {}); }
+    QList<MivoArg> keptFrame() const { return session.call(consumer, "keptFrame", {}); }
 
     /** Waits until the collector has let go of the ring: the consumer has released every frame. */
     void waitForTheEnd() const
     {
         QElapsedTimer elapsed;
         elapsed.start();
-        while (host.call(producer, "rings", {}).at(0).toInt() > 0) {
+        while (session.call(producer, "rings", {}).at(0).toInt() > 0) {
             if (elapsed.elapsed() > patienceMs)
                 throw Failure(
                     QString("the ring is still in use %1 ms after the last frame").arg(patienceMs));
@@ -183,7 +173,7 @@ public:
 private:
     Q_DISABLE_COPY(Stream)
 
-    MivoHost& host;
+    Session& session;
     MivoPlugin* consumer;
     MivoPlugin* producer;
     bool runs = false;
@@ -202,6 +192,7 @@ void watch(const Stream& stream, const Options& options)
                          .arg(second)
                          .arg(received.frames)
                          .arg(received.wrong));
+        Console::requireWritten();
     }
 }
 
@@ -238,16 +229,16 @@ void writePicture(const Stream& stream, const QString& file)
 
 } // namespace
 
-void runFrames(const QStringList& arguments)
+void runFrames(const Arguments& arguments)
 {
     const Options options = optionsFrom(arguments);
     if (!options.png.isEmpty())
         Files::requireWritable(options.png);
 
     MivoGarbageCollector::getInstance(); // made here, so that its rounds run here
-    MivoHost host;
-    Stream stream(host);
-    startHost(host);
+    Session session;
+    Stream stream(session);
+    session.start();
     const QSize size = stream.start(options.size, options.ratio);
     Console::say(QString("the frames are %1, for a wanted size of %2 and a ratio of %3:%4")
                      .arg(text(size), text(options.size))

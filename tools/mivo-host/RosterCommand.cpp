@@ -1,6 +1,8 @@
 #include "Commands.h"
 #include "Console.h"
 #include "DisplayText.h"
+#include "Files.h"
+#include "Session.h"
 
 #include <MivoAccountConnection.h>
 #include <MivoBuddyContact.h>
@@ -178,22 +180,25 @@ private:
 
 } // namespace
 
-void runRoster(const QStringList& arguments)
+void runRoster(const Arguments& arguments)
 {
-    if (arguments.isEmpty() || arguments.size() > 2)
-        throw UsageError(QString("found %1 arguments; expected FILE and at most one EXPORT")
-                             .arg(arguments.size()));
+    const Files::Utf8Name exportName(arguments.operands.value(1));
     QList<MivoArg> values;
-    if (arguments.size() == 2)
-        values.append(MivoArg(arguments.at(1)));
+    if (arguments.operands.size() == 2)
+        values.append(MivoArg(exportName.name()));
 
-    MivoHost host;
-    MivoPlugin* const plugin = loadPlugin(host, arguments.at(0));
-    startHost(host);
-    const QList<MivoArg> entries = host.call(plugin, "roster", values);
+    Session session;
+    MivoPlugin* const plugin = loadPlugins(session, arguments);
+    session.start();
+    QList<MivoArg> entries;
     QStringList reports;
-    if (plugin->callSlots().contains("reports"))
-        reports = host.call(plugin, "reports", {}).value(0).toStringList();
+    try {
+        entries = session.call(plugin, "roster", values);
+        if (plugin->callSlots().contains("reports"))
+            reports = session.call(plugin, "reports", {}).value(0).toStringList();
+    } catch (const MivoHostError& error) {
+        throw Failure(exportName.withOwnName(error.message()));
+    }
 
     for (const MivoArg& entry : entries)
         entry.toBuddy(); // throws before anything is shown
@@ -203,5 +208,5 @@ void runRoster(const QStringList& arguments)
     for (const MivoArg& entry : entries)
         tree.show(entry.toBuddy());
     for (const QString& report : qAsConst(reports))
-        Console::error("mivo-host roster: " + report);
+        Console::error("mivo-host roster: " + exportName.withOwnName(report));
 }

@@ -1,6 +1,8 @@
 #include "Commands.h"
 #include "Console.h"
+#include "DisplayText.h"
 #include "Files.h"
+#include "Session.h"
 
 #include <MivoHostLog.h>
 
@@ -19,11 +21,10 @@ enum ExitStatus { Success = 0, CallFailed = 1, WrongUsage = 2 };
 QString usageOf(const Command& command)
 {
     QString usage
-        = QString("usage: mivo-host %1 %2").arg(command.name, command.parameters).trimmed() + '\n'
-        + command.help;
+        = "usage: mivo-host " + CommandLine::synopsis(command) + '\n' + command.help + '\n';
     if (command.details)
-        usage += QString('\n') + command.details;
-    return usage;
+        usage += QString(command.details) + '\n';
+    return usage + CommandLine::optionLines(command).join('\n');
 }
 
 QString usage()
@@ -31,21 +32,27 @@ QString usage()
     QString text("usage: mivo-host COMMAND [ARGUMENT...]\n"
                  "Loads plug-ins and calls them. Commands:");
     for (const Command& command : commands())
-        text += QString("\n  %1 %2\n      %3").arg(command.name, command.parameters, command.help);
-    text += "\n`mivo-host COMMAND --help` tells more. Exit status: 0, 1 when the command failed, 2 "
-            "for wrong\n"
-            "usage.";
+        text += QString("\n  %1\n      %2").arg(CommandLine::synopsis(command), command.help);
+    text += "\n`mivo-host COMMAND --help` tells more, `mivo-host --version` the version. Exit "
+            "status: "
+            "0,\n1 when the command failed, 2 for wrong usage.";
     return text;
+}
+
+const Command* findCommand(const QString& name)
+{
+    for (const Command& command : commands()) {
+        if (name == command.name)
+            return &command;
+    }
+    return nullptr;
 }
 
 int run(const Command& command, const QStringList& arguments)
 {
     const QString begin = QString("mivo-host %1: ").arg(command.name);
     try {
-        if (arguments.contains("--help"))
-            Console::outLines(usageOf(command));
-        else
-            command.run(arguments);
+        command.run(CommandLine::parse(command, arguments));
         Console::requireWritten();
         return Success;
     } catch (const UsageError& error) {
@@ -58,6 +65,49 @@ int run(const Command& command, const QStringList& arguments)
     }
 }
 
+int show(const QString& text)
+{
+    Console::outLines(text);
+    try {
+        Console::requireWritten();
+        return Success;
+    } catch (const Failure& failure) {
+        Console::error("mivo-host: " + failure.message());
+        return CallFailed;
+    }
+}
+
+int refuse(const QString& found)
+{
+    if (found.isEmpty()) {
+        Console::error("mivo-host: found no command; expected one");
+    } else {
+        QStringList names;
+        for (const Command& command : commands())
+            names.append(command.name);
+        const QString meant = CommandLine::nearest(found, names);
+        Console::error(QString("mivo-host: found the command %1; expected one of these")
+                           .arg(quotedOneLine(found))
+                       + (meant.isEmpty() ? QString() : QString("; the nearest is %1").arg(meant)));
+    }
+    Console::errorLines(usage());
+    return WrongUsage;
+}
+
+int run(const QStringList& arguments)
+{
+    // Help may be asked for before the command, too.
+    const bool needsHelp = CommandLine::asksForHelp(arguments);
+    const QString name = arguments.value(
+        needsHelp && (arguments.at(0) == "--help" || arguments.at(0) == "-h") ? 1 : 0);
+    const Command* const command = findCommand(name);
+    if (needsHelp && (command || name.isEmpty()))
+        return show(command ? usageOf(*command) : usage());
+    if (name == "--version")
+        return show("mivo-host " MIVO_VERSION_STR);
+    return command ? run(*command, arguments.mid(1)) : refuse(name);
+}
+
 /** Lets Qt use the names of files as they are where the locale knows ASCII alone. */
 void useUtf8()
 {
@@ -66,25 +116,18 @@ void useUtf8()
         setenv("LC_ALL", "C.UTF-8", 1);
 }
 
-int run(const QStringList& arguments)
+class Application : public QCoreApplication
 {
-    const QString name = arguments.value(0);
-    if (name == "--help") {
-        Console::outLines(usage());
-        return Success;
+public:
+    using QCoreApplication::QCoreApplication;
+
+    /** Called in every thread. */
+    bool notify(QObject* receiver, QEvent* event) override
+    {
+        const TimerWatch watch(receiver, event);
+        return QCoreApplication::notify(receiver, event);
     }
-    for (const Command& command : commands()) {
-        if (name == command.name)
-            return run(command, arguments.mid(1));
-    }
-    if (name.isEmpty())
-        Console::error("mivo-host: found no command; expected one");
-    else
-        Console::error(
-            QString("mivo-host: found the command \"%1\"; expected one of these").arg(name));
-    Console::errorLines(usage());
-    return WrongUsage;
-}
+};
 
 void writeMessage(QtMsgType, const QMessageLogContext&, const QString& message)
 {
@@ -100,7 +143,7 @@ int main(int argc, char** argv)
     QStringList arguments;
     for (int i = 1; i < argc; ++i)
         arguments.append(Files::nameFrom(argv[i]));
-    const QCoreApplication application(argc, argv);
+    const Application application(argc, argv);
     qInstallMessageHandler(writeMessage);
     MivoHostLog::setWriter(writeLog);
 

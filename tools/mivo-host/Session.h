@@ -1,0 +1,80 @@
+#ifndef SESSION_H
+#define SESSION_H
+
+#include <MivoHost.h>
+#include <MivoPlugin.h>
+
+#include <QAtomicInt>
+
+class MivoField;
+
+/** The plug-in that stands for the program: who is called can call back, and is told a name. */
+class OwnPlugin : public MivoPlugin
+{
+    Q_OBJECT
+
+public:
+    QString name() const override;
+    QString version() const override;
+};
+
+/**
+ * A host with the plug-ins of one command. What fails throws a Failure with the reason in one
+ * sentence. One at a time; it is used in the main thread.
+ */
+class Session
+{
+public:
+    Session();
+    /** Shuts the host down. */
+    ~Session();
+
+    /** Loads the plug-in in @p file; to be called before start(). */
+    MivoPlugin* load(const QString& file);
+    void start();
+
+    /** Calls a slot by name, with the program's own plug-in as the sender. */
+    QList<MivoArg> call(MivoPlugin* plugin, const QString& slot, const QList<MivoArg>& arguments);
+    QList<MivoField> fields(MivoPlugin* plugin);
+    /** An action that runs a slot by name. */
+    MivoPluginAction action(MivoPlugin* plugin, const QString& slot,
+                            const QList<MivoArg>& arguments);
+
+    /**
+     * From now on says what comes: actions that are delivered, timers that fire, and what is logged.
+     */
+    void listen();
+    /** How much has come since listen(): one clause for the user. */
+    QString arrived() const;
+    /**
+     * Shuts the host down, which delivers what has been posted. Throws a Failure when an action has
+     * failed since listen().
+     */
+    void finish();
+
+    MivoHost host;
+
+private:
+    Q_DISABLE_COPY(Session)
+
+    MivoPlugin* own;
+};
+
+/** To be told of every event before it is delivered, in any thread: tells the timers of plug-ins. */
+class TimerWatch
+{
+public:
+    TimerWatch(QObject* receiver, QEvent* event);
+    /** Says that the timer has fired, if it was one and the session listens. */
+    ~TimerWatch();
+
+private:
+    Q_DISABLE_COPY(TimerWatch)
+
+    QString name; // null if it was none
+};
+
+/** The writer of the host's log while no session listens: to standard error. */
+void writeLog(const QString& line);
+
+#endif
