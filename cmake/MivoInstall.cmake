@@ -93,3 +93,14 @@ install(FILES
         cmake/FindMivoCompanions.cmake
         cmake/MivoPlugin.cmake
     DESTINATION "${mivo_package_dir}" COMPONENT data)
+
+# What GDB shows values with. It looks for the copy that is called like the library, at the library's
+# own path below GDB's data folder; a prefix other than the system's names the other one by hand.
+install(FILES tools/gdb/mivo_printers.py
+    DESTINATION "${CMAKE_INSTALL_DATADIR}/mivo/gdb" COMPONENT data)
+install(CODE "
+    set(auto_load \"${CMAKE_INSTALL_DATADIR}/gdb/auto-load\${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_LIBDIR}\")
+    file(INSTALL \"${PROJECT_SOURCE_DIR}/tools/gdb/mivo_printers.py\"
+        DESTINATION \"\${CMAKE_INSTALL_PREFIX}/\${auto_load}\"
+        RENAME \"$<TARGET_FILE_NAME:mivo_data>-gdb.py\")"
+    COMPONENT data)
