@@ -38,6 +38,8 @@ function(mivo_add_plugin name)
     set_target_properties(${name} PROPERTIES PREFIX "" AUTOMOC ON CXX_VISIBILITY_PRESET hidden)
     target_include_directories(${name} PRIVATE "${stamp_folder}")
     target_link_libraries(${name} PRIVATE ${plugin_HOST} Mivo::Data)
+    # With -g, debuggers then know the handles of the contact list without the library's own symbols.
+    target_compile_options(${name} PRIVATE $<$<CXX_COMPILER_ID:GNU>:-femit-class-debug-always>)
     if(qt EQUAL 4)
         _mivo_add_stamp_text(${name})
     endif()

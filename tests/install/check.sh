@@ -46,6 +46,11 @@ run_consumer() {
     diff -u "$consumer/expected.txt" <("$1") || fail "$1 printed something else than expected"
 }
 
+# library_version: as the one header says that holds it.
+library_version() {
+    sed -n 's/#define MIVO_VERSION_STR "\(.*\)"/\1/p' "$source_dir/src/global/MivoGlobal.h"
+}
+
 # A release build, installed and then moved; nothing in the prefix remembers where it was.
 step_library() {
     mkdir -p "$work"
@@ -54,6 +59,10 @@ step_library() {
         -DMIVO_BUILD_EXAMPLES=ON -DCMAKE_INSTALL_PREFIX="$work/first"
     cmake --build "$work/build"
     cmake --install "$work/build" >/dev/null
+    # GDB looks for the printers below its data folder at the path of the library.
+    cmp "$source_dir/tools/gdb/mivo_printers.py" \
+        "$work/first/share/gdb/auto-load$work/first/lib/libmivo_data.so.$(library_version)-gdb.py" \
+        || fail "GDB does not find the printers"
     mv "$work/first" "$moved"
     ! grep -rlF -e "$work" -e "$source_dir" "$moved" || fail "these files name a folder of the build"
 }
