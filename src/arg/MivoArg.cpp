@@ -151,31 +151,15 @@ std::runtime_error conversionError(MivoArg::Type from, MivoArg::Type to)
     return mivo_conversion(QLatin1String("MivoArg"), mivo_arg_type(from), mivo_arg_type(to));
 }
 
-/** A default-constructed value, null when memory is short. */
-template <class T>
-T* newHolder()
-{
-    return new (std::nothrow) T();
-}
-
-/** The interface of the XML library does not promise a default constructor. */
-template <>
-MivoXmlNode* newHolder<MivoXmlNode>()
-{
-    return new (std::nothrow) MivoXmlNode(QString(), nullptr);
-}
-
 template <MivoArg::Type K>
 MivoArgPrivate* makeRecord(const Held<K>& value)
 {
     std::unique_ptr<MivoArgPrivate> record(new (std::nothrow) MivoArgPrivate);
     if (!record)
         throw outOfMemory();
-    std::unique_ptr<Held<K>> holder(newHolder<Held<K>>());
-    if (!holder)
+    record->data = new (std::nothrow) Held<K>(value);
+    if (!record->data)
         throw outOfMemory();
-    *holder = value;
-    record->data = holder.release();
     record->type = K;
     return record.release();
 }
@@ -392,11 +376,11 @@ bool MivoArg::operator==(const MivoArg& other) const
 {
     if (d == other.d)
         return true;
-    if (getType() != other.getType())
-        return false;
     if (!d || !other.d)
-        return true; // a record of kind None, and no record
-    const KindOperations* const kind = operationsOf(getType());
+        return getType() == other.getType(); // a record of kind None, and no record
+    if (d->type != other.d->type)
+        return false;
+    const KindOperations* const kind = operationsOf(d->type);
     return kind && kind->equal(d->data, other.d->data);
 }
 

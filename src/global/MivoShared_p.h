@@ -1,7 +1,7 @@
 #ifndef MIVOSHARED_P_H
 #define MIVOSHARED_P_H
 
-#include <QAtomicInt>
+#include "MivoQt_p.h"
 
 #include <new>
 #include <vector>
@@ -23,7 +23,8 @@ inline void tAtomicAttach(T* record)
 template <class T>
 inline void tAtomicDetach(T* record)
 {
-    if (record && !record->ref.deref())
+    // Nobody else can attach to a record of one handle, so that its count need not be written.
+    if (record && (mivoLoadAcquire(record->ref) == 1 || !record->ref.deref()))
         delete record;
 }
 
@@ -33,7 +34,7 @@ inline void tAtomicDetach(T* record)
  * length is released on a stack of constant depth.
  */
 template <class Dead>
-void mivoDestroyFlat(const Dead& dead)
+[[gnu::noinline]] void mivoDestroyFlat(const Dead& dead) // destructors seldom need it
 {
     static thread_local std::vector<Dead>* queue = nullptr;
     if (queue) {

@@ -115,14 +115,19 @@ void MivoPluginAction::operator()(QList<MivoArg>& callArguments)
         return;
     if (callArguments.isEmpty())
         callArguments = arguments;
-    QCoreApplication::postEvent(MivoCallActionEvent::dispatcher,
-                                new MivoCallActionEvent(plugin, member, callArguments));
+    post(callArguments);
 }
 
 void MivoPluginAction::operator()()
 {
-    QList<MivoArg> storedArguments;
-    (*this)(storedArguments);
+    if (isValid())
+        post(arguments);
+}
+
+void MivoPluginAction::post(const QList<MivoArg>& callArguments) const
+{
+    QCoreApplication::postEvent(MivoCallActionEvent::dispatcher,
+                                new MivoCallActionEvent(plugin, member, callArguments));
 }
 
 void MivoPluginAction::swap(MivoPluginAction& other) noexcept

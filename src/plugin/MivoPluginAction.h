@@ -49,6 +49,7 @@ public:
     void operator()();
 
 private:
+    void post(const QList<MivoArg>& callArguments) const;
     void swap(MivoPluginAction& other) noexcept;
 
     MivoPlugin* plugin;

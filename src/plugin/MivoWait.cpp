@@ -14,6 +14,26 @@ namespace {
 
 const unsigned long callSlotTimeoutMs = 30000;
 
+/** callSlot() into another thread. */
+QList<MivoArg> callPosted(MivoPlugin* target, MivoCallSlotEvent::Member member, MivoPlugin* sender,
+                          const QList<MivoArg>& arguments, QThread* thread)
+{
+    std::unique_ptr<MivoWait> wait(new MivoWait);
+    std::unique_ptr<MivoCallSlotEvent> event(new MivoCallSlotEvent);
+    event->wait = wait.get();
+    event->arguments = arguments;
+    event->sender = sender;
+    event->target = target;
+    event->member = member;
+    QCoreApplication::postEvent(thread, event.release());
+    if (!wait->wait(callSlotTimeoutMs)) {
+        // The posted event points at it and may be delivered at any time from now on.
+        static_cast<void>(wait.release());
+        throw MivoCallSlotTimeoutException();
+    }
+    return wait->getRetValue();
+}
+
 } // namespace
 
 MivoWait::MivoWait()
@@ -71,23 +91,9 @@ QList<MivoArg> MivoWait::callSlot(MivoPlugin* target, MivoCallSlotEvent::Member 
                                   MivoPlugin* sender, const QList<MivoArg>& arguments,
                                   QThread* thread)
 {
-    std::unique_ptr<MivoWait> wait(new MivoWait);
-    std::unique_ptr<MivoCallSlotEvent> event(new MivoCallSlotEvent);
-    event->wait = wait.get();
-    event->arguments = arguments;
-    event->sender = sender;
-    event->target = target;
-    event->member = member;
-    if (QThread::currentThread() == thread) {
-        (target->*member)(sender, event->arguments);
-        wait->setRetValue(event->arguments);
-    } else {
-        QCoreApplication::postEvent(thread, event.release());
-        if (!wait->wait(callSlotTimeoutMs)) {
-            // The posted event points at it and may be delivered at any time from now on.
-            static_cast<void>(wait.release());
-            throw MivoCallSlotTimeoutException();
-        }
-    }
-    return wait->getRetValue();
+    if (QThread::currentThread() != thread)
+        return callPosted(target, member, sender, arguments, thread);
+    QList<MivoArg> answer = arguments;
+    (target->*member)(sender, answer);
+    return answer;
 }
