@@ -108,6 +108,49 @@ void readString(benchmark::State& state)
     }
 }
 
+template <class Content>
+void compare(benchmark::State& state, Content a, Content b)
+{
+    for (auto _ : state) {
+        benchmark::DoNotOptimize(a);
+        benchmark::DoNotOptimize(b);
+        benchmark::DoNotOptimize(a == b);
+    }
+}
+
+template <class Value>
+void compareInts(benchmark::State& state)
+{
+    compare(state, Value(42), Value(42));
+}
+
+template <class Value>
+Value separateString()
+{
+    return Value(QString::fromLatin1("twenty characters ok"));
+}
+
+template <class Value>
+void compareStrings(benchmark::State& state)
+{
+    compare(state, separateString<Value>(), separateString<Value>());
+}
+
+template <class Value>
+QList<Value> separateList()
+{
+    QList<Value> list;
+    for (int i = 0; i < 100; ++i)
+        list.append(Value(i));
+    return list;
+}
+
+template <class Value>
+void compareLists(benchmark::State& state)
+{
+    compare(state, separateList<Value>(), separateList<Value>());
+}
+
 template <class Value>
 void copyList(benchmark::State& state)
 {
@@ -147,6 +190,18 @@ void addRows()
         .ours(readString<MivoArg>)
         .peer("QVariant", readString<QVariant>)
         .goal(1.0);
+    bench::row("== of two Int variants")
+        .ours(compareInts<MivoArg>)
+        .peer("QVariant", compareInts<QVariant>)
+        .goal(0.7);
+    bench::row("== of two strings of 20")
+        .ours(compareStrings<MivoArg>)
+        .peer("QVariant", compareStrings<QVariant>)
+        .goal(0.7);
+    bench::row("== of two lists of 100")
+        .ours(compareLists<MivoArg>)
+        .peer("QList<QVariant>", compareLists<QVariant>)
+        .goal(0.7);
     bench::row("copy a list of values")
         .ours(copyList<MivoArg>)
         .peer("QList<QVariant>", copyList<QVariant>)
