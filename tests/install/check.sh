@@ -103,6 +103,7 @@ step_symbols() {
         ! readelf -d "$library" | grep NEEDED | grep -E 'Qt[0-9]*Xml' \
             || fail "$library needs QtXml"
     done
+    "$source_dir/tests/abi/abi.sh" symbols "$moved/lib" || fail "the libraries export something else"
     ! readelf -d "$moved/lib/libmivo_data.so" | grep NEEDED | grep -E 'mivo_host|Gui|Widgets' \
         || fail "libmivo_data needs a library that it must not know"
 }
