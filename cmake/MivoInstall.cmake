@@ -3,6 +3,7 @@
 #   companions  libmivo_core and libmivo_xml, the stand-ins for the messenger's own
 #   data        libmivo_data and the CMake package
 #   host        libmivo_host and the command mivo-host
+#   widgets     libmivo_widgets, where it is built
 #   examples    the plug-ins that mivo-host shows its commands with
 #
 # Headers go flat into include/mivo. Every path is relative to the prefix, which may be moved.
@@ -81,6 +82,13 @@ mivo_install_pkgconfig(host mivo_host
     REQUIRES mivo_data)
 if(TARGET mivo-host) # takes Qt 5 or later
     install(TARGETS mivo-host RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}" COMPONENT host)
+endif()
+
+if(TARGET mivo_widgets)
+    mivo_install_libraries(widgets Widgets mivo_widgets)
+    mivo_install_pkgconfig(widgets mivo_widgets
+        DESCRIPTION "Widgets for the data types of a messenger"
+        REQUIRES mivo_data ${mivo_pc_qt}Widgets)
 endif()
 
 configure_package_config_file(cmake/MivoDataConfig.cmake.in MivoDataConfig.cmake

@@ -51,6 +51,12 @@ library_version() {
     sed -n 's/#define MIVO_VERSION_STR "\(.*\)"/\1/p' "$source_dir/src/global/MivoGlobal.h"
 }
 
+# run_viewer PROGRAM: the program with widgets says what it is expected to say.
+run_viewer() {
+    diff -u "$source_dir/tests/install/viewer/expected.txt" <(QT_QPA_PLATFORM=offscreen "$1") \
+        || fail "$1 printed something else than expected"
+}
+
 # A release build, installed and then moved; nothing in the prefix remembers where it was.
 step_library() {
     mkdir -p "$work"
@@ -71,11 +77,11 @@ step_library() {
 # compiles alone, without a warning.
 step_headers() {
     local header flags=()
-    diff <(find "$source_dir"/{companion,src,host} -name '*.h' -printf '%f\n' \
-            | grep -vxE 'MivoBuddy(Container|Index)_p\.h' | sort) \
+    diff <(find "$source_dir"/{companion,src,host,widgets} -name '*.h' ! -path '*/widgets/*_p.h' \
+            -printf '%f\n' | grep -vxE 'MivoBuddy(Container|Index)_p\.h' | sort) \
         <(cd "$moved/include/mivo" && printf '%s\n' *.h | sort) \
         || fail "the installed headers are not those of the project"
-    read_flags --cflags mivo_host
+    read_flags --cflags mivo_host mivo_widgets
     flags=("${flags[@]/#-I\/usr/-isystem/usr}")
     for header in "$moved"/include/mivo/*.h; do
         c++ -std=c++17 -fsyntax-only -Wall -Wextra -Wpedantic -Wshadow -Werror "${flags[@]}" \
@@ -106,6 +112,8 @@ step_symbols() {
     "$source_dir/tests/abi/abi.sh" symbols "$moved/lib" || fail "the libraries export something else"
     ! readelf -d "$moved/lib/libmivo_data.so" | grep NEEDED | grep -E 'mivo_host|Gui|Widgets' \
         || fail "libmivo_data needs a library that it must not know"
+    ! readelf -d "$moved/lib/libmivo_widgets.so" | grep NEEDED | grep -F mivo_host \
+        || fail "libmivo_widgets needs the host"
 }
 
 step_cmake() {
@@ -116,6 +124,14 @@ step_cmake() {
     "$moved/bin/mivo-host" frames --seconds 1 --png "$work/frame.png" \
         | grep -F 'frames per second' || fail "the frames did not run"
     "$moved/bin/mivo-host" demo | grep -F 'all threads have ended' || fail "the demonstration failed"
+    # The widgets, without a display; QtWidgets only comes in where they are asked for.
+    rm -rf "$work/viewer"
+    cmake -G Ninja -S "$source_dir/tests/install/viewer" -B "$work/viewer" \
+        -DCMAKE_PREFIX_PATH="$moved"
+    cmake --build "$work/viewer"
+    run_viewer "$work/viewer/viewer"
+    ! grep -q "Qt${qt}Widgets_DIR" "$work/consumer/CMakeCache.txt" \
+        || fail "QtWidgets is looked for without need"
     rm -rf "$work/refused"
     if cmake -S "$consumer" -B "$work/refused" -DCMAKE_PREFIX_PATH="$moved" \
             -DMIVO_COMPONENTS=Nonsense &>"$work/refused.log"; then
@@ -131,6 +147,10 @@ step_pkgconfig() {
     c++ -std=c++17 -Wall -Wextra "$consumer/main.cpp" "${flags[@]}" \
         -Wl,-rpath,"$moved/lib" -o "$work/consumer_pkgconfig"
     run_consumer "$work/consumer_pkgconfig"
+    read_flags --cflags --libs mivo_widgets
+    c++ -std=c++17 -Wall -Wextra "$source_dir/tests/install/viewer/main.cpp" "${flags[@]}" \
+        -Wl,-rpath,"$moved/lib" -o "$work/viewer_pkgconfig"
+    run_viewer "$work/viewer_pkgconfig"
 }
 
 # The examples are plug-ins like anybody's: a copy of them builds outside, where mivo-host runs it.

@@ -1,0 +1,12 @@
+#ifndef MIVOWIDGETSGLOBAL_H
+#define MIVOWIDGETSGLOBAL_H
+
+#include <QtGlobal>
+
+#ifdef MIVO_WIDGETS_BUILD
+#define MIVO_WIDGETS_EXPORT Q_DECL_EXPORT
+#else
+#define MIVO_WIDGETS_EXPORT Q_DECL_IMPORT
+#endif
+
+#endif
