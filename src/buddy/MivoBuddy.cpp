@@ -77,12 +77,6 @@ MivoBuddy* MivoBuddyPrivate::link() const
     }
 }
 
-bool MivoBuddyPrivate::leadsElsewhere(const MivoBuddy& link, const MivoBuddy& container)
-{
-    return link.d && link.d != container.d && link.d->kindData
-        && (link.d->type == MivoBuddy::Group || link.d->type == MivoBuddy::Meta);
-}
-
 MivoBuddy MivoBuddyPrivate::backLink() const
 {
     const QMutexLocker locker(&linkLock);
@@ -122,21 +116,17 @@ bool MivoBuddyPrivate::replaceBackLink(const MivoBuddy& expected, const MivoBudd
     return true;
 }
 
-bool MivoBuddyPrivate::isLinkedElsewhere(const MivoBuddy& container) const
-{
-    const QMutexLocker locker(&linkLock);
-    const MivoBuddy* const current = link();
-    return current && leadsElsewhere(*current, container);
-}
-
 bool MivoBuddyPrivate::exchangeBackLinkUnlessElsewhere(MivoBuddy& container)
 {
     const QMutexLocker locker(&linkLock);
     MivoBuddy* const current = link();
-    if (current && leadsElsewhere(*current, container))
+    if (!current)
+        return true;
+    const MivoBuddyPrivate* const old = current->d;
+    if (old && old != container.d && old->kindData
+        && (old->type == MivoBuddy::Group || old->type == MivoBuddy::Meta))
         return false;
-    if (current)
-        swap(*current, container);
+    swap(*current, container);
     return true;
 }
 

@@ -11,6 +11,7 @@
 #include <algorithm>
 #include <mutex>
 #include <new>
+#include <utility>
 
 namespace {
 
@@ -71,9 +72,12 @@ bool MivoBuddyContainer::add(const MivoBuddy& entry)
         return false;
     // Only a contact leaves the container that held it before.
     const bool canMove = entry.getType() == MivoBuddy::Contact;
-    bool moves = canMove && MivoBuddyPrivate::get(entry)->isLinkedElsewhere(*self);
+    MivoBuddy oldParent; // released after the locks: this may be its last handle
+    if (canMove)
+        oldParent = MivoBuddyPrivate::get(entry)->backLink();
+    bool moves = oldParent != *self && MivoBuddyContainer(oldParent).isValid();
     for (;;) {
-        MivoBuddy previousLink; // released after the locks: this may be its last handle
+        MivoBuddy previousLink; // released after the locks as well
         std::unique_lock<std::mutex> movesLocker(movesMutex, std::defer_lock);
         if (moves)
             movesLocker.lock();
@@ -81,7 +85,7 @@ bool MivoBuddyContainer::add(const MivoBuddy& entry)
         if (!accepts(entry.getType()))
             return false;
         if (moves)
-            return move(entry, &previousLink);
+            return move(entry, &oldParent);
         const bool added = addUnlessElsewhere(entry, canMove ? &moves : nullptr, &previousLink);
         if (!moves)
             return added;
@@ -113,34 +117,44 @@ bool MivoBuddyContainer::addUnlessElsewhere(const MivoBuddy& entry, bool* isElse
     return false;
 }
 
-/** Moves @p entry, a contact, here from where its back-link leads, which @p oldParent then holds. */
+/**
+ * Moves @p entry, a contact, here from where its back-link leads. @p oldParent is where it led a
+ * moment ago, and in the end where it led.
+ */
 bool MivoBuddyContainer::move(const MivoBuddy& entry, MivoBuddy* oldParent)
 {
     MivoBuddyPrivate* const record = MivoBuddyPrivate::get(entry);
-    if (contains(entry))
-        return false;
-    for (;;) {
-        *oldParent = record->backLink();
+    for (;; *oldParent = record->backLink()) {
         MivoBuddyContainer old(*oldParent);
+        const bool leaves = old.isValid() && *oldParent != *self;
         std::unique_lock<QMutex> oldLocker;
-        const bool leavesOld = old.isValid() && *oldParent != *self;
-        if (leavesOld)
+        if (leaves)
             oldLocker = std::unique_lock<QMutex>(*old.lock);
-        if (record->backLinkAddress() != MivoBuddyPrivate::get(*oldParent))
-            continue; // somebody has moved it while the lock was waited for
-        if (leavesOld) {
-            // All that can fail comes first.
-            const QMutexLocker oldChildrenLocker(old.childrenMutex);
+
+        // Both at once: whoever looks the entry up finds it in one of the two.
+        QMutex* mutexes[] = {childrenMutex, leaves ? old.childrenMutex : nullptr};
+        if (leaves && oldParent->getType() == MivoBuddy::Group)
+            std::swap(mutexes[0], mutexes[1]);
+        const std::unique_lock<QMutex> childrenLocker(*mutexes[0]);
+        std::unique_lock<QMutex> otherChildrenLocker;
+        if (mutexes[1])
+            otherChildrenLocker = std::unique_lock<QMutex>(*mutexes[1]);
+
+        if (find(record) >= 0)
+            return false;
+        // All that can fail comes first.
+        const int oldPlace = leaves ? old.find(record) : -1;
+        if (oldPlace >= 0)
             mivoDetach(*old.children);
+        // The reference may have led into the list as it was before.
+        children->append(oldPlace >= 0 ? old.children->at(oldPlace) : entry);
+        if (record->replaceBackLink(*oldParent, *self)) {
+            if (oldPlace >= 0)
+                old.removeAll(record, oldPlace);
+            return true;
         }
-        {
-            const QMutexLocker childrenLocker(childrenMutex);
-            children->append(entry);
-        }
-        record->setBackLink(*self);
-        if (leavesOld)
-            old.removeAll(record);
-        return true;
+        // Somebody has moved the entry while the old container's lock was waited for.
+        children->removeLast();
     }
 }
 
@@ -152,7 +166,11 @@ int MivoBuddyContainer::remove(const MivoBuddy& member)
     const MivoBuddy entry(member); // NOLINT(performance-unnecessary-copy-initialization)
     const MivoBuddy container(*self); // NOLINT(performance-unnecessary-copy-initialization)
     const QMutexLocker locker(lock);
-    const int removed = removeAll(MivoBuddyPrivate::get(entry));
+    int removed = 0;
+    {
+        const QMutexLocker childrenLocker(childrenMutex);
+        removed = removeAll(MivoBuddyPrivate::get(entry), find(MivoBuddyPrivate::get(entry)));
+    }
     // A meta-contact leaves the back-link alone, on purpose.
     if (container.getType() == MivoBuddy::Group && entry.isValid())
         MivoBuddyPrivate::get(entry)->replaceBackLink(container, MivoBuddy());
@@ -233,8 +251,10 @@ bool MivoBuddyContainer::containsContact(const MivoBuddyContact& contact) const
         return false;
     const MivoBuddyPrivate* const record = MivoBuddyPrivate::get(contact);
     const QMutexLocker childrenLocker(childrenMutex);
-    if (contact.getType() == MivoBuddy::Contact && find(record) >= 0)
+    if (find(record) >= 0 && contact.getType() == MivoBuddy::Contact)
         return true;
+    if (*index && (*index)->knowsNoNested())
+        return false;
     if (self->getType() == MivoBuddy::Meta) {
         return anyNested([&contact](const MivoBuddy& member) {
             return member.getType() == MivoBuddy::Merged && isIn(member, contact);
@@ -257,10 +277,9 @@ bool MivoBuddyContainer::containsMeta(const QHash<QString, MivoBuddyMeta>& metas
     return metas.contains(name);
 }
 
-int MivoBuddyContainer::removeAll(const MivoBuddyPrivate* record)
+/** Removes the entry that stands at @p i, and everywhere behind it. */
+int MivoBuddyContainer::removeAll(const MivoBuddyPrivate* record, int i)
 {
-    const QMutexLocker childrenLocker(childrenMutex);
-    const int i = find(record);
     if (i < 0)
         return 0;
     mivoDetach(*children);

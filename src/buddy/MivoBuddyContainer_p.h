@@ -20,9 +20,9 @@ class MivoBuddyMeta;
  * by those who read it and must wait for them. The children's mutex is held for a moment by all who
  * change the list and by those who look something up without waiting for the lock.
  *
- * Order of locks: the mutex of all moves, the new container's lock, the old one's, a children's
- * mutex (a group's before that of a meta-contact in it), an entry's link lock. Only what moves an
- * entry takes more than one container's lock.
+ * Order of locks: the mutex of all moves, the new container's lock, the old one's, the children's
+ * mutexes (a group's before a meta-contact's), an entry's link lock. Only what moves an entry takes
+ * more than one container's lock, or the children's mutexes of two of a kind.
  *
  * Operations that change something may throw std::bad_alloc, and have then changed nothing.
  */
@@ -55,9 +55,9 @@ private:
     bool accepts(MivoBuddy::Type type) const;
     bool addUnlessElsewhere(const MivoBuddy& entry, bool* isElsewhere, MivoBuddy* previousLink);
     bool move(const MivoBuddy& entry, MivoBuddy* oldParent);
-    int removeAll(const MivoBuddyPrivate* record);
 
     // Under the children's mutex.
+    int removeAll(const MivoBuddyPrivate* record, int i);
     MivoBuddyIndex* indexOfLongList() const;
     int find(const MivoBuddyPrivate* record) const;
     void removeAt(int i);

@@ -4,10 +4,22 @@
 #include "MivoBuddyContainer_p.h"
 #include "MivoBuddyGroup_p.h"
 #include "MivoBuddyIndex_p.h"
+#include "MivoPresenceType.h"
 
 #include <QMutexLocker>
 
 namespace {
+
+/** Reads a presence's flag where a call would cost more than all the rest. */
+class PresenceFlag : public MivoPresence
+{
+public:
+    static Flag of(const MivoPresence& presence)
+    {
+        const MivoPresenceType* const own = presence.*(&PresenceFlag::type);
+        return own ? own->flag : NoFlag;
+    }
+};
 
 /** How many contacts among the members have a presence flag that @p counts accepts. */
 template <class Counts>
@@ -19,11 +31,12 @@ int countContacts(const MivoBuddyGroup& group, Counts counts)
     const QMutexLocker locker(&record->lock);
     int result = 0;
     for (int i = 0; i < record->children.size(); ++i) {
-        const MivoBuddy& child = record->children.at(i);
-        if (child.getType() != MivoBuddy::Contact)
+        const MivoBuddyPrivate* const child = MivoBuddyPrivate::get(record->children.at(i));
+        if (!child || child->type != MivoBuddy::Contact)
             continue;
-        const MivoBuddyContactPrivate* const contact = MivoBuddyContactPrivate::get(child);
-        if (counts(contact ? contact->presence.getFlag() : MivoPresence::NoFlag))
+        const MivoBuddyContactPrivate* const contact
+            = static_cast<const MivoBuddyContactPrivate*>(child->kindData);
+        if (counts(contact ? PresenceFlag::of(contact->presence) : MivoPresence::NoFlag))
             ++result;
     }
     return result;

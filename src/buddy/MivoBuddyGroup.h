@@ -48,7 +48,7 @@ public:
 
     /** Whether addMeta() was called with that name, also when the meta-contact has left since. */
     bool containsMeta(const QString& name) const;
-    /** Whether @p buddy itself is a member: as fast in a large group as in one of 64 members. */
+    /** Whether @p buddy itself is a member. No slower in a large group than in one of 64 members. */
     bool containsBuddy(const MivoBuddy& buddy) const;
     /**
      * Whether @p contact is a member, or is in a meta-contact or merged contact that is one: as fast

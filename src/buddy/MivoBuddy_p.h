@@ -61,11 +61,9 @@ public:
     MivoBuddy setBackLink(const MivoBuddy& container);
     /** Sets the back-link if it is @p expected; returns whether it was. */
     bool replaceBackLink(const MivoBuddy& expected, const MivoBuddy& container);
-    /** Whether the back-link leads to a group or meta-contact and not to @p container. */
-    bool isLinkedElsewhere(const MivoBuddy& container) const;
     /**
-     * Sets the back-link, if it does not lead elsewhere, and returns whether it did not. Exchanges
-     * it with @p container, which must not be released while a lock is held.
+     * Sets the back-link, if it does not lead to another group or meta-contact, and returns whether
+     * it did not. Exchanges it with @p container, which must not be released while a lock is held.
      */
     bool exchangeBackLinkUnlessElsewhere(MivoBuddy& container);
 
@@ -79,7 +77,6 @@ private:
     Q_DISABLE_COPY(MivoBuddyPrivate)
 
     MivoBuddy* link() const;
-    static bool leadsElsewhere(const MivoBuddy& link, const MivoBuddy& container);
 
     /** Guards the back-link. Nothing else is locked, and no handle released, while it is held. */
     mutable QMutex linkLock;
