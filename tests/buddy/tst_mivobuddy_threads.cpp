@@ -75,6 +75,7 @@ private Q_SLOTS:
     void aContactAddedEverywhereAtOnceIsInOnePlace();
     void aGroupMayGoWhileItsContactMoves();
     void namesOfMetaContactsAreLookedUpWhileTheyAreAdded();
+    void aContactThatMovesWithinAGroupIsAlwaysFoundInIt();
     void sharedContainersStayConsistent();
 };
 
@@ -168,6 +169,31 @@ void tst_MivoBuddyThreads::namesOfMetaContactsAreLookedUpWhileTheyAreAdded()
     });
     QCOMPARE(wrong.load(), 0);
     QCOMPARE(group.childCount(), count);
+}
+
+void tst_MivoBuddyThreads::aContactThatMovesWithinAGroupIsAlwaysFoundInIt()
+{
+    MivoBuddyGroup group("g");
+    const CycleBreaker<MivoBuddyGroup> end(group);
+    const MivoBuddyMeta meta = group.addMeta("m");
+    const CycleBreaker<MivoBuddyMeta> endOfMeta(meta);
+    const MivoBuddyContact contact = makeContact("c");
+    group.addBuddy(contact);
+    std::atomic<int> missed{0};
+    std::atomic<int> moves{0};
+    const int count = 20000;
+    runInFourThreads(testBoundMs, [&](int number) {
+        if (number == 0) {
+            for (; moves < count; ++moves)
+                addTo(moves % 2 ? MivoBuddy(group) : MivoBuddy(meta), contact);
+            return;
+        }
+        while (moves < count)
+            missed += !group.containsContact(contact);
+    });
+    QCOMPARE(missed.load(), 0);
+    QVERIFY(contact.getParent() == group);
+    QCOMPARE(meta.childCount(), 0);
 }
 
 void tst_MivoBuddyThreads::sharedContainersStayConsistent()
