@@ -140,7 +140,7 @@ void MivoHostCommandTest::wrongUsageShowsTheUsageOfTheCommand_data()
                                         "these\nusage: mivo-host COMMAND [ARGUMENT...]\n";
     QTest::newRow("plugins") << QStringList("plugins")
                              << "mivo-host plugins: found 0 arguments; expected at least one "
-                                "FILE\nusage: mivo-host plugins FILE...\n";
+                                "FILE\nusage: mivo-host plugins FILE... [--json]\n";
     QTest::newRow("call") << QStringList({"call", echo})
                           << "mivo-host call: found 1 arguments; expected FILE and SLOT\nusage: "
                              "mivo-host call FILE SLOT [KIND:VALUE...] [--with FILE...]";
@@ -160,7 +160,7 @@ void MivoHostCommandTest::wrongUsageShowsTheUsageOfTheCommand_data()
                              "form FILE [--load in.xml] [--save out.xml] [--set ID=VALUE...]";
     QTest::newRow("roster") << QStringList("roster")
                             << "mivo-host roster: found 0 arguments; expected FILE and at most one "
-                               "EXPORT\nusage: mivo-host roster FILE [EXPORT]\n";
+                               "EXPORT\nusage: mivo-host roster FILE [EXPORT] [--json]\n";
     QTest::newRow("roster with too many files")
         << QStringList({"roster", "a", "b", "c"})
         << "mivo-host roster: found 3 arguments; expected FILE and at most one EXPORT\n";
@@ -215,13 +215,13 @@ void MivoHostCommandTest::theNearestOfTheKnownIsNamed_data()
                                 "nearest is call\n";
     QTest::newRow("option") << QStringList({"call", "--wiht", "x"})
                             << "mivo-host call: found the option --wiht; expected one of --with, "
-                               "--wait; the nearest is --with\n";
+                               "--wait, --json; the nearest is --with\n";
     QTest::newRow("option with a value") << QStringList({"action", "--Wit=x=y"})
                                          << "mivo-host action: found the option --Wit; expected "
                                             "--with; the nearest is --with\n";
     QTest::newRow("nothing is near") << QStringList({"call", "--frobnicate"})
                                      << "mivo-host call: found the option --frobnicate; expected "
-                                        "one of --with, --wait\n";
+                                        "one of --with, --wait, --json\n";
     QTest::newRow("a command without options")
         << QStringList({"demo", "--fast"})
         << "mivo-host demo: found the option --fast; expected no options\n";

@@ -724,7 +724,7 @@ void MivoHostFormTest::wrongUsageShowsTheUsage_data()
                                   << "found 2 arguments; expected FILE";
     QTest::newRow("unknown option") << QStringList({settings, "--lod", "x"})
                                     << "found the option --lod; expected one of --load, --save, "
-                                       "--set, --click, --with; the nearest is --load";
+                                       "--set, --click, --with, --json; the nearest is --load";
     QTest::newRow("load nothing") << QStringList({settings, "--load"})
                                   << "--load: found nothing; expected one XML file";
     QTest::newRow("load no name") << QStringList({settings, "--load", ""})

@@ -132,6 +132,9 @@ step_cmake() {
     run_viewer "$work/viewer/viewer"
     ! grep -q "Qt${qt}Widgets_DIR" "$work/consumer/CMakeCache.txt" \
         || fail "QtWidgets is looked for without need"
+    grep -q '^\.TH MIVO' "$moved/share/man/man1/mivo-host.1" || fail "there is no manual page"
+    [[ -s $moved/share/bash-completion/completions/mivo-host \
+        && -s $moved/share/zsh/site-functions/_mivo-host ]] || fail "there is no completion"
     rm -rf "$work/refused"
     if cmake -S "$consumer" -B "$work/refused" -DCMAKE_PREFIX_PATH="$moved" \
             -DMIVO_COMPONENTS=Nonsense &>"$work/refused.log"; then

@@ -47,6 +47,14 @@ public:
         return value;
     }
 
+    static QStringList names()
+    {
+        QStringList all;
+        for (const Kind* kind = kinds; kind->name; ++kind)
+            all.append(kind->name);
+        return all;
+    }
+
 private:
     struct Kind
     {
@@ -90,12 +98,9 @@ private:
             }
             return (this->*kind->parse)();
         }
-        QStringList names;
-        for (const Kind* kind = kinds; kind->name; ++kind)
-            names.append(kind->name);
         fail(start,
              name.isEmpty() && start >= text.size() ? QString("the end of the text") : quoted(name),
-             "one of the kinds " + names.join(", "));
+             "one of the kinds " + names().join(", "));
     }
 
     MivoArg parseNone() { return MivoArg(); }
@@ -397,6 +402,11 @@ ValueTextError::ValueTextError(const QString& text, int position, const QString&
 int ValueTextError::position() const
 {
     return errorPosition;
+}
+
+QStringList valueKinds()
+{
+    return ValueParser::names();
 }
 
 MivoArg valueFromText(const QString& text)

@@ -3,6 +3,8 @@
 
 #include <MivoArg.h>
 
+#include <QStringList>
+
 #include <stdexcept>
 
 /**
@@ -43,6 +45,8 @@ private:
     int errorPosition;
 };
 
+/** The names of the kinds. */
+QStringList valueKinds();
 /** The value that @p text stands for; throws a ValueTextError. */
 MivoArg valueFromText(const QString& text);
 

@@ -214,17 +214,58 @@ QString CommandLine::synopsis(const Command& command)
     return parts.join(' ');
 }
 
+QList<CommandLine::OptionHelp> CommandLine::optionHelps(const Command& command)
+{
+    QList<OptionHelp> helps;
+    for (const Option& option : command.options + QList<Option>({helpOption}))
+        helps.append({optionUsage(option), option.help});
+    return helps;
+}
+
 QStringList CommandLine::optionLines(const Command& command)
 {
-    const QList<Option> options = command.options + QList<Option>({helpOption});
+    const QList<OptionHelp> helps = optionHelps(command);
     int width = 0;
-    for (const Option& option : options)
-        width = std::max(width, int(optionUsage(option).size()));
+    for (const OptionHelp& help : helps)
+        width = std::max(width, int(help.usage.size()));
     QStringList lines;
-    for (const Option& option : options)
-        lines.append(
-            QString("  %1  %2").arg(optionUsage(option).leftJustified(width), option.help));
+    for (const OptionHelp& help : helps)
+        lines.append(QString("  %1  %2").arg(help.usage.leftJustified(width), help.help));
     return lines;
+}
+
+CommandLine::Proposal CommandLine::proposalAfter(const Command& command, const QStringList& before)
+{
+    Proposal proposal = {{}, Completion::Nothing, {}};
+    const Option* open = nullptr; // takes the next argument
+    bool takesMore = false; // or may take it
+    bool areOptionsOver = false;
+    for (const QString& argument : before) {
+        if (argument == "--") {
+            areOptionsOver = true;
+            open = nullptr;
+        } else if (!areOptionsOver && isOption(argument)) {
+            const Option* const option = findOption(command, argument.section('=', 0, 0));
+            open = option && option->count != Option::Flag && !argument.contains('=') ? option
+                                                                                      : nullptr;
+            takesMore = false;
+        } else if (!open) {
+            proposal.operands.append(argument);
+        } else if (open->count == Option::One
+                   || proposal.operands.size() < neededOperands(command)) {
+            open = nullptr;
+        } else {
+            takesMore = true;
+        }
+    }
+    if (!areOptionsOver && (!open || takesMore))
+        proposal.options = optionNames(command) + QStringList("--help");
+    const int place = std::min(int(proposal.operands.size()), int(command.operands.size()) - 1);
+    if (open)
+        proposal.completion = open->completion;
+    else if (place >= 0 && (place == int(proposal.operands.size()) || takesAnyNumber(command)))
+        proposal.completion = command.operands.at(place).completion;
+    return proposal;
 }
 
 QString CommandLine::nearest(const QString& text, const QStringList& known)

@@ -21,16 +21,7 @@ public:
 };
 
 /** What a shell may complete an argument with. */
-enum class Completion {
-    Nothing,
-    Files,
-    PluginFiles,
-    CallSlots,
-    ActionSlots,
-    Kinds,
-    Fields,
-    Buttons
-};
+enum class Completion { Nothing, Files, PluginFiles, CallSlots, ActionSlots, Kinds };
 
 /** An argument that is no option, by its place. */
 struct Operand
@@ -97,8 +88,26 @@ bool asksForHelp(const QStringList& arguments);
 Arguments parse(const Command& command, const QStringList& arguments);
 /** The command's name and all that it takes, on one line. */
 QString synopsis(const Command& command);
+/** An option with its value as the usage shows it, and what it does. */
+struct OptionHelp
+{
+    QString usage;
+    QString help;
+};
+/** Of each option, that for help included. */
+QList<OptionHelp> optionHelps(const Command& command);
 /** A line for each option. */
 QStringList optionLines(const Command& command);
+
+/** What a shell may put in place of the argument that is being written. */
+struct Proposal
+{
+    QStringList options; ///< names; none where an option's value is expected
+    Completion completion; ///< of another argument
+    QStringList operands; ///< before it
+};
+/** What may follow @p before, which is all that stands between the command's name and there. */
+Proposal proposalAfter(const Command& command, const QStringList& before);
 /** The one of @p known that @p text may be meant for; null when none is near. */
 QString nearest(const QString& text, const QStringList& known);
 

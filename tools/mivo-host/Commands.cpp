@@ -2,6 +2,7 @@
 
 #include "Console.h"
 #include "DisplayText.h"
+#include "JsonText.h"
 #include "Session.h"
 #include "ValueText.h"
 
@@ -58,6 +59,25 @@ QString orNone(const QStringList& names)
     return names.isEmpty() ? QString("none") : names.join(", ");
 }
 
+QJsonArray arrayOf(const QStringList& names)
+{
+    return QJsonArray::fromStringList(names);
+}
+
+QJsonObject descriptionOf(const QString& file, const MivoPlugin& plugin)
+{
+    QJsonArray services;
+    const QList<MivoService> all = plugin.services();
+    for (const MivoService& service : all)
+        services.append(JsonText::serviceOf(service));
+    return {{"file", file},
+            {"name", plugin.name()},
+            {"version", plugin.version()},
+            {"calls", arrayOf(plugin.callSlots())},
+            {"actions", arrayOf(plugin.actionSlots())},
+            {"services", services}};
+}
+
 void describe(const QString& file, const MivoPlugin& plugin)
 {
     Console::out(QString("%1: %2 %3").arg(file, plugin.name(), plugin.version()).trimmed());
@@ -71,18 +91,25 @@ void describe(const QString& file, const MivoPlugin& plugin)
 void runPlugins(const Arguments& arguments)
 {
     Session session;
-    int refused = 0;
+    QJsonArray loaded;
+    QJsonArray refused;
     for (const QString& file : arguments.operands) {
         try {
-            describe(file, *session.load(file));
+            const MivoPlugin* const plugin = session.load(file);
+            if (arguments.has(jsonOption.name))
+                loaded.append(descriptionOf(file, *plugin));
+            else
+                describe(file, *plugin);
         } catch (const Failure& failure) {
             Console::error("mivo-host plugins: " + failure.message());
-            ++refused;
+            refused.append(QJsonObject({{"file", file}, {"reason", failure.message()}}));
         }
     }
-    if (refused > 0)
+    if (arguments.has(jsonOption.name))
+        Console::out(JsonText::textOf(QJsonObject({{"plugins", loaded}, {"refused", refused}})));
+    if (!refused.isEmpty())
         throw Failure(
-            QString("refused %1 of %2 files").arg(refused).arg(arguments.operands.size()));
+            QString("refused %1 of %2 files").arg(refused.size()).arg(arguments.operands.size()));
 }
 
 /** The milliseconds of --wait; 0 without it. */
@@ -107,22 +134,35 @@ void runCall(const Arguments& arguments)
     const QList<MivoArg> values = valuesFrom(arguments.operands);
     const int wait = waitFrom(arguments);
 
-    Session session;
+    Session session(outputOf(arguments));
     MivoPlugin* const plugin = loadPlugins(session, arguments);
     session.start();
     if (wait > 0)
         session.listen();
     const QList<MivoArg> answer = session.call(plugin, arguments.operands.at(1), values);
-    for (const MivoArg& value : answer)
-        Console::outLines(displayText(value));
-    if (wait == 0)
-        return;
-
-    QEventLoop loop;
-    QTimer::singleShot(wait, &loop, SLOT(quit()));
-    loop.exec();
-    session.finish();
-    Console::say(QString("waited %1 ms: %2").arg(wait).arg(session.arrived()));
+    const bool isJson = arguments.has(jsonOption.name);
+    QJsonObject result;
+    if (isJson) {
+        QJsonArray array;
+        for (const MivoArg& value : answer)
+            array.append(JsonText::valueOf(value, session.host));
+        result.insert("answer", array);
+    } else {
+        for (const MivoArg& value : answer)
+            Console::outLines(displayText(value));
+    }
+    if (wait > 0) {
+        QEventLoop loop;
+        QTimer::singleShot(wait, &loop, SLOT(quit()));
+        loop.exec();
+        session.finish();
+        if (isJson)
+            result.insert("came", session.arrivedCounts());
+        else
+            Console::say(QString("waited %1 ms: %2").arg(wait).arg(session.arrived()));
+    }
+    if (isJson)
+        Console::out(JsonText::textOf(result));
 }
 
 void runAction(const Arguments& arguments)
@@ -148,12 +188,16 @@ const Option withOption = {"--with",
                            "loads further plug-ins beside this one",
                            Completion::PluginFiles};
 
+const Option jsonOption
+    = {"--json",           Option::Flag, nullptr, nullptr, "writes one document of JSON instead",
+       Completion::Nothing};
+
 const QList<Command>& commands()
 {
     static const QList<Command> all = {
         {"plugins",
          {{"FILE", Operand::OneOrMore, Completion::PluginFiles}},
-         {},
+         {jsonOption},
          "Shows what each plug-in offers.",
          nullptr,
          runPlugins},
@@ -162,7 +206,8 @@ const QList<Command>& commands()
          {withOption,
           {"--wait", Option::One, "MILLISECONDS", "a whole number of milliseconds",
            "then serves timers and posted actions so long, and says what comes",
-           Completion::Nothing}},
+           Completion::Nothing},
+          jsonOption},
          "Calls a slot in the plug-in's own thread and prints its answer, a value a line.",
          valueDetails,
          runCall},
@@ -181,10 +226,11 @@ const QList<Command>& commands()
           {"--save", Option::One, "out.xml", "one file",
            "writes the values to a file in place of what it held, as a whole or not at all",
            Completion::Files},
-          {"--set", Option::Several, "ID=VALUE", "ID=VALUE", "changes values", Completion::Fields},
+          {"--set", Option::Several, "ID=VALUE", "ID=VALUE", "changes values", Completion::Nothing},
           {"--click", Option::Several, "ID", "the ID of a button",
-           "runs a button's action, in the plug-in that it is for", Completion::Buttons},
-          withOption},
+           "runs a button's action, in the plug-in that it is for", Completion::Nothing},
+          withOption,
+          jsonOption},
          "Shows the form of a plug-in; restores, changes and saves its values, clicks its buttons.",
          formDetails,
          runForm},
@@ -203,7 +249,7 @@ const QList<Command>& commands()
          runFrames},
         {"roster",
          {pluginOperand, {"EXPORT", Operand::AtMostOne, Completion::Files}},
-         {},
+         {jsonOption},
          "Shows the contact list that the plug-in's slot roster answers, given EXPORT, as a tree.",
          nullptr,
          runRoster},
@@ -215,6 +261,11 @@ const QList<Command>& commands()
          runDemo},
     };
     return all;
+}
+
+Session::Output outputOf(const Arguments& arguments)
+{
+    return arguments.has(jsonOption.name) ? Session::ErrorOutput : Session::StandardOutput;
 }
 
 MivoPlugin* loadPlugins(Session& session, const Arguments& arguments)

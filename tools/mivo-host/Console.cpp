@@ -3,6 +3,7 @@
 #include "DisplayText.h"
 #include "Failure.h"
 
+#include <QAtomicInt>
 #include <QCoreApplication>
 #include <QMutex>
 #include <QMutexLocker>
@@ -19,6 +20,7 @@
 namespace {
 
 QMutex mutex; // clazy:exclude=non-pod-global-static, it lives as long as the process
+QAtomicInt saysOnError;
 int outputError = 0; // of the first write to standard output that failed
 
 void writeLines(std::FILE* file, const QByteArray& lines)
@@ -83,7 +85,16 @@ void Console::errorLines(const QString& text)
 
 void Console::say(const QString& what)
 {
-    out(QString("[%1] %2").arg(threadName(), -10).arg(what));
+    const QString said = QString("[%1] %2").arg(threadName(), -10).arg(what);
+    if (saysOnError.loadAcquire() != 0)
+        error(said);
+    else
+        out(said);
+}
+
+void Console::sayOnError(bool isOnError)
+{
+    saysOnError.storeRelease(isOnError ? 1 : 0);
 }
 
 QString Console::threadName()

@@ -19,6 +19,8 @@ void outLines(const QString& text);
 void errorLines(const QString& text);
 /** A line on standard output that begins with the name of the calling thread. */
 void say(const QString& what);
+/** Has say() write to standard error from now on, or to standard output again. */
+void sayOnError(bool isOnError);
 /** The object name of the calling thread, "main" for the main thread. */
 QString threadName();
 

@@ -2,6 +2,7 @@
 #include "Console.h"
 #include "DisplayText.h"
 #include "Files.h"
+#include "JsonText.h"
 #include "Session.h"
 
 #include <MivoField.h>
@@ -356,6 +357,15 @@ void show(const MivoPlugin& plugin, const QList<MivoField>& fields)
     }
 }
 
+void showJson(const MivoPlugin& plugin, const QList<MivoField>& fields)
+{
+    QJsonArray array;
+    for (const MivoField& field : fields)
+        array.append(JsonText::fieldOf(field));
+    Console::out(JsonText::textOf(QJsonObject(
+        {{"plugin", plugin.name()}, {"version", plugin.version()}, {"fields", array}})));
+}
+
 /** The buttons of these ids. */
 QList<MivoField> findButtons(QList<MivoField>& fields, const QStringList& ids)
 {
@@ -389,7 +399,7 @@ void runForm(const Arguments& arguments)
     const MivoXmlNode values
         = arguments.has("--load") ? readValues(arguments.value("--load")) : MivoXmlNode();
 
-    Session session;
+    Session session(outputOf(arguments));
     MivoPlugin* const plugin = loadPlugins(session, arguments);
     session.start();
 
@@ -400,7 +410,10 @@ void runForm(const Arguments& arguments)
         setField(findField(fields, change.id, canBeSet), change.text);
     const QList<MivoField> buttons = findButtons(fields, arguments.values("--click"));
 
-    show(*plugin, fields);
+    if (arguments.has(jsonOption.name))
+        showJson(*plugin, fields);
+    else
+        show(*plugin, fields);
     if (!buttons.isEmpty())
         click(session, buttons);
     Console::requireWritten();

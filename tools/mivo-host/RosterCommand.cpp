@@ -2,6 +2,7 @@
 #include "Console.h"
 #include "DisplayText.h"
 #include "Files.h"
+#include "JsonText.h"
 #include "Session.h"
 
 #include <MivoAccountConnection.h>
@@ -178,6 +179,91 @@ private:
     QList<MivoBuddy> above; // the containers around the entry that is being shown
 };
 
+/** A contact list in JSON; each entry has those that it holds in it. */
+class RosterJson
+{
+public:
+    explicit RosterJson(const MivoHost& describedHost)
+        : host(describedHost)
+    {
+    }
+
+    QJsonObject entryOf(const MivoBuddy& entry)
+    {
+        QJsonObject object = valueOf(MivoArg(entry));
+        object.insert("unread", entry.unreadMessages());
+        switch (entry.getType()) {
+        case MivoBuddy::Group:
+            object.insert("online", MivoBuddyGroup(entry).onlineChildCount());
+            insertMembers(object, MivoBuddyGroup(entry));
+            break;
+        case MivoBuddy::Meta:
+            insertMembers(object, MivoBuddyMeta(entry));
+            break;
+        case MivoBuddy::Contact: {
+            const MivoBuddyContact contact(entry);
+            insertState(object, contact.getPresence(), contact.getResources(),
+                        contact.getAccount());
+            object.insert("contactType", contact.getTypeId());
+            object.insert("subscription", contact.getSubscription().getId());
+            break;
+        }
+        case MivoBuddy::Temporary: {
+            const MivoBuddyTemporary temporary(entry);
+            insertState(object, temporary.getPresence(), temporary.getResources(),
+                        temporary.getAccount());
+            break;
+        }
+        case MivoBuddy::Merged: {
+            QJsonArray contacts;
+            if (const MivoBuddyMergedPrivate* const record = MivoBuddyMergedPrivate::get(entry)) {
+                for (const MivoBuddyContact& contact : qAsConst(record->contacts))
+                    contacts.append(entryOf(contact));
+            }
+            object.insert("entries", contacts);
+            break;
+        }
+        default:
+            break;
+        }
+        return object;
+    }
+
+private:
+    QJsonObject valueOf(const MivoArg& value) const { return JsonText::valueOf(value, host); }
+
+    void insertState(QJsonObject& object, const MivoPresence& presence,
+                     const QList<MivoBuddyResource>& resources,
+                     const MivoAccountConnection* account) const
+    {
+        QJsonArray described;
+        for (const MivoBuddyResource& resource : resources)
+            described.append(valueOf(MivoArg(resource)));
+        object.insert("presence", valueOf(MivoArg(presence)));
+        object.insert("resources", described);
+        object.insert("account", account ? QJsonValue(account->id()) : QJsonValue());
+    }
+
+    template <class Container>
+    void insertMembers(QJsonObject& object, const Container& container)
+    {
+        // Through the records, a plug-in can make a container hold itself.
+        if (above.contains(container)) {
+            object.insert("isAbove", true);
+            return;
+        }
+        above.append(container);
+        QJsonArray members;
+        for (int i = 0; i < container.childCount(); ++i)
+            members.append(entryOf(container.buddyAt(i)));
+        above.removeLast();
+        object.insert("entries", members);
+    }
+
+    const MivoHost& host;
+    QList<MivoBuddy> above; // the containers around the entry that is being described
+};
+
 } // namespace
 
 void runRoster(const Arguments& arguments)
@@ -187,7 +273,7 @@ void runRoster(const Arguments& arguments)
     if (arguments.operands.size() == 2)
         values.append(MivoArg(exportName.name()));
 
-    Session session;
+    Session session(outputOf(arguments));
     MivoPlugin* const plugin = loadPlugins(session, arguments);
     session.start();
     QList<MivoArg> entries;
@@ -200,12 +286,23 @@ void runRoster(const Arguments& arguments)
         throw Failure(exportName.withOwnName(error.message()));
     }
 
-    for (const MivoArg& entry : entries)
+    for (const MivoArg& entry : qAsConst(entries))
         entry.toBuddy(); // throws before anything is shown
+    if (arguments.has(jsonOption.name)) {
+        QJsonArray described;
+        RosterJson json(session.host);
+        for (const MivoArg& entry : qAsConst(entries))
+            described.append(json.entryOf(entry.toBuddy()));
+        for (QString& report : reports)
+            report = exportName.withOwnName(report);
+        Console::out(JsonText::textOf(QJsonObject(
+            {{"entries", described}, {"reports", QJsonArray::fromStringList(reports)}})));
+        return;
+    }
     if (entries.isEmpty())
         Console::out("no entries");
     RosterTree tree;
-    for (const MivoArg& entry : entries)
+    for (const MivoArg& entry : qAsConst(entries))
         tree.show(entry.toBuddy());
     for (const QString& report : qAsConst(reports))
         Console::error("mivo-host roster: " + exportName.withOwnName(report));

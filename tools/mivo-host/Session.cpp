@@ -65,9 +65,10 @@ QString OwnPlugin::version() const
     return MIVO_VERSION_STR;
 }
 
-Session::Session()
+Session::Session(Output output)
     : own(new OwnPlugin)
 {
+    Console::sayOnError(output == ErrorOutput);
     host.add(own);
 }
 
@@ -145,6 +146,11 @@ QString Session::arrived() const
         return "nothing came";
     return QString("%1 and %2 came")
         .arg(counted(timers, "timer", "timers"), counted(actions, "action", "actions"));
+}
+
+QJsonObject Session::arrivedCounts() const
+{
+    return {{"timers", arrivals.timers.loadAcquire()}, {"actions", arrivals.actions.loadAcquire()}};
 }
 
 void Session::finish()

@@ -5,6 +5,7 @@
 #include <MivoPlugin.h>
 
 #include <QAtomicInt>
+#include <QJsonObject>
 
 class MivoField;
 
@@ -25,7 +26,10 @@ public:
 class Session
 {
 public:
-    Session();
+    /** Where is said what comes. */
+    enum Output { StandardOutput, ErrorOutput };
+
+    explicit Session(Output output = StandardOutput);
     /** Shuts the host down. */
     ~Session();
 
@@ -46,6 +50,7 @@ public:
     void listen();
     /** How much has come since listen(): one clause for the user. */
     QString arrived() const;
+    QJsonObject arrivedCounts() const;
     /**
      * Shuts the host down, which delivers what has been posted. Throws a Failure when an action has
      * failed since listen().

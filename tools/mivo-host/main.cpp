@@ -2,6 +2,8 @@
 #include "Console.h"
 #include "DisplayText.h"
 #include "Files.h"
+#include "ManPage.h"
+#include "Proposals.h"
 #include "Session.h"
 
 #include <MivoHostLog.h>
@@ -96,6 +98,10 @@ int refuse(const QString& found)
 
 int run(const QStringList& arguments)
 {
+    if (arguments.value(0) == "--complete") {
+        const QStringList proposals = proposalsFor(arguments.mid(1));
+        return proposals.isEmpty() ? int(Success) : show(proposals.join('\n'));
+    }
     // Help may be asked for before the command, too.
     const bool needsHelp = CommandLine::asksForHelp(arguments);
     const QString name = arguments.value(
@@ -105,6 +111,8 @@ int run(const QStringList& arguments)
         return show(command ? usageOf(*command) : usage());
     if (name == "--version")
         return show("mivo-host " MIVO_VERSION_STR);
+    if (name == "--man")
+        return show(manPage());
     return command ? run(*command, arguments.mid(1)) : refuse(name);
 }
 
