@@ -44,11 +44,12 @@ bool MivoXmlElement::holds(const MivoXmlElement* element) const
     return element == this;
 }
 
-void MivoXmlElement::append(MivoXmlPiece* piece)
+void MivoXmlElement::insert(MivoXmlPiece* piece, MivoXmlPiece* other)
 {
-    piece->previous = last;
-    (last ? last->next : first) = piece;
-    last = piece;
+    piece->previous = other;
+    piece->next = other ? other->next : first;
+    (piece->previous ? piece->previous->next : first) = piece;
+    (piece->next ? piece->next->previous : last) = piece;
     if (MivoXmlElement* const child = piece->element())
         child->parent = this;
 }
@@ -71,16 +72,4 @@ void MivoXmlElement::appendText(const QString& added)
         last->text += added;
     else
         append(new MivoXmlPiece(added));
-}
-
-void MivoXmlElement::removeTexts()
-{
-    for (MivoXmlPiece* piece = first; piece;) {
-        MivoXmlPiece* const following = piece->next;
-        if (!piece->element()) {
-            take(piece);
-            delete piece;
-        }
-        piece = following;
-    }
 }

@@ -1,8 +1,9 @@
 #ifndef MIVOXMLELEMENT_P_H
 #define MIVOXMLELEMENT_P_H
 
+#include "MivoXmlAttributes_p.h"
+
 #include <QAtomicInt>
-#include <QMap>
 #include <QString>
 
 class MivoXmlElement;
@@ -31,8 +32,8 @@ inline bool mivoIsXmlSpace(const QString& text)
 class MivoXmlPiece
 {
 public:
-    explicit MivoXmlPiece(const QString& pieceText)
-        : text(pieceText)
+    explicit MivoXmlPiece(QString pieceText)
+        : text(std::move(pieceText))
     {
     }
 
@@ -45,8 +46,8 @@ public:
     QString text; // never empty; the name of an element
 
 protected:
-    MivoXmlPiece(const QString& name, bool pieceIsElement)
-        : text(name)
+    MivoXmlPiece(QString name, bool pieceIsElement)
+        : text(std::move(name))
         , isElement(pieceIsElement)
     {
     }
@@ -66,8 +67,8 @@ class MivoXmlElement : public MivoXmlPiece
 {
 public:
     /** An element without anything, with a count of 1. */
-    explicit MivoXmlElement(const QString& name)
-        : MivoXmlPiece(name, true)
+    explicit MivoXmlElement(QString name)
+        : MivoXmlPiece(std::move(name), true)
         , ref(1)
     {
     }
@@ -81,13 +82,14 @@ public:
     bool holds(const MivoXmlElement* element) const;
 
     /** Puts @p piece, which nobody holds, last. The caller's share of an element passes to this. */
-    void append(MivoXmlPiece* piece);
+    void append(MivoXmlPiece* piece) { insert(piece, last); }
+    /** Puts @p piece behind @p other, one of those that this holds, or when that is null in front. */
+    void insert(MivoXmlPiece* piece, MivoXmlPiece* other);
     /** Takes @p piece out. This one's share of an element passes to the caller. */
     void take(MivoXmlPiece* piece);
 
     /** Adds @p added, which may be empty, behind all that is there. */
     void appendText(const QString& added);
-    void removeTexts();
 
     /** The bytes that MivoXmlNode::toXml() answers. */
     QByteArray write(int indent) const;
@@ -98,7 +100,7 @@ public:
     MivoXmlElement* parent = nullptr;
     MivoXmlPiece* first = nullptr;
     MivoXmlPiece* last = nullptr;
-    QMap<QString, QString> attributes; // none of the values is null
+    MivoXmlAttributes attributes;
 
 private:
     ~MivoXmlElement() = default;

@@ -147,7 +147,7 @@ QString MivoXmlNode::getAttribute(const QString& name) const
 void MivoXmlNode::setAttribute(const QString& name, const QString& value)
 {
     if (d && isXmlName(name))
-        d->attributes.insert(name, value.isNull() ? QString(QLatin1String("")) : value);
+        d->attributes.set(name, value.isNull() ? QString(QLatin1String("")) : value);
 }
 
 void MivoXmlNode::setAttribute(const QString& name, int value)
@@ -179,7 +179,11 @@ QString MivoXmlNode::getData() const
         return QString();
     QString data = QLatin1String("");
     for (const MivoXmlPiece* piece = d->first; piece; piece = piece->next) {
-        if (!piece->element())
+        if (piece->element())
+            continue;
+        if (data.isEmpty())
+            data = piece->text; // shared, where it is the only one
+        else
             data += piece->text;
     }
     return data;

@@ -65,8 +65,15 @@ private:
     struct Level
     {
         MivoXmlElement* element;
-        bool holdsElements;
+        size_t blanks; // where its own begin
         bool holdsData; // text that is more than layout
+    };
+
+    /** White space, which is layout if its element turns out to hold other elements only. */
+    struct Blank
+    {
+        MivoXmlPiece* behind; // null in front of all
+        QString text;
     };
 
     /** The text of a string of Qt's reader, whose class differs between the generations. */
@@ -79,6 +86,7 @@ private:
     void checkEncoding();
     void openElement();
     void addText();
+    void keepBlanks();
     void closeElement();
 
     QXmlStreamReader reader;
@@ -86,6 +94,7 @@ private:
     TextCache cache;
     MivoXmlElement* root = nullptr;
     std::vector<Level> levels;
+    std::vector<Blank> blanks; // of all levels
 };
 
 void TreeReader::read()
@@ -164,33 +173,46 @@ void TreeReader::openElement()
         return;
     }
     MivoXmlElement* const element = new MivoXmlElement(shared(reader.qualifiedName()));
-    if (levels.empty()) {
+    if (levels.empty())
         root = element;
-    } else {
+    else
         levels.back().element->append(element);
-        levels.back().holdsElements = true;
-    }
+    levels.push_back(Level{element, blanks.size(), false});
     const QXmlStreamAttributes attributes = reader.attributes();
+    element->attributes.reserve(static_cast<int>(attributes.size()));
     for (int i = 0; i < attributes.size(); ++i) {
-        element->attributes.insert(shared(attributes.at(i).qualifiedName()),
-                                   shared(attributes.at(i).value()));
+        element->attributes.set(shared(attributes.at(i).qualifiedName()),
+                                shared(attributes.at(i).value()));
     }
-    levels.push_back(Level{element, false, false});
 }
 
 void TreeReader::addText()
 {
     Level& level = levels.back();
-    const QString text = shared(reader.text());
-    level.holdsData = level.holdsData || reader.isCDATA() || !mivoIsXmlSpace(text);
+    QString text = shared(reader.text());
+    if (!level.holdsData && !reader.isCDATA() && mivoIsXmlSpace(text)) {
+        blanks.push_back(Blank{level.element->last, std::move(text)});
+        return;
+    }
+    keepBlanks();
+    level.holdsData = true;
     level.element->appendText(text);
+}
+
+/** Makes text of the white space of the innermost element. */
+void TreeReader::keepBlanks()
+{
+    // From the last on, so that those at one place keep their order.
+    for (; blanks.size() > levels.back().blanks; blanks.pop_back())
+        levels.back().element->insert(new MivoXmlPiece(blanks.back().text), blanks.back().behind);
 }
 
 void TreeReader::closeElement()
 {
-    const Level& level = levels.back();
-    if (level.holdsElements && !level.holdsData)
-        level.element->removeTexts();
+    const Level level = levels.back();
+    if (!level.element->first)
+        keepBlanks();
+    blanks.resize(level.blanks);
     levels.pop_back();
 }
 

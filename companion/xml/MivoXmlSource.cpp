@@ -91,10 +91,14 @@ qint64 MivoXmlGuard::allowed(const char* bytes, qint64 size)
     for (qint64 i = 0; i < size; ++i) {
         const char c = bytes[i];
         switch (state) {
-        case InText:
-            if (c == '<')
-                state = InMarkup;
+        case InText: {
+            const void* const found = std::memchr(bytes + i, '<', static_cast<size_t>(size - i));
+            if (!found)
+                return size;
+            i = static_cast<const char*>(found) - bytes;
+            state = InMarkup;
             break;
+        }
         case InMarkup:
             state = c == '!' ? InDeclaration : c == '?' ? InInstruction : InTag;
             quote = 0;

@@ -89,13 +89,14 @@ void TreeWriter::openElement(const MivoXmlElement* element)
         breakLine();
     put('<');
     writeEscaped(element->text, false);
-    QMap<QString, QString>::const_iterator it = element->attributes.constBegin();
-    for (; it != element->attributes.constEnd(); ++it) {
-        put(' ');
-        writeEscaped(it.key(), false);
-        put("=\"");
-        writeEscaped(it.value(), true);
-        put('"');
+    for (const MivoXmlAttributes::Run& run : element->attributes.inOrder()) {
+        for (const MivoXmlAttributes::Attribute& attribute : run) {
+            put(' ');
+            writeEscaped(attribute.name, false);
+            put("=\"");
+            writeEscaped(attribute.value, true);
+            put('"');
+        }
     }
     if (!element->first) {
         put("/>");

@@ -6,42 +6,74 @@
 
 namespace {
 
+/** The texts of the format, made once: all elements share their characters. */
+struct Names
+{
+    const QString fieldList = QLatin1String("fieldlist");
+    const QString field = QLatin1String("field");
+    const QString id = QLatin1String("id");
+    const QString string = QLatin1String("string");
+
+    const QString type = QLatin1String("type");
+    const QString max = QLatin1String("max");
+    const QString min = QLatin1String("min");
+    const QString val = QLatin1String("val");
+    const QString checked = QLatin1String("checked");
+    const QString maxLength = QLatin1String("maxlength");
+    const QString selectedIndex = QLatin1String("selectedindex");
+
+    const QString none = QLatin1String("none");
+    const QString comboBox = QLatin1String("combobox");
+    const QString checkBox = QLatin1String("checkbox");
+    const QString radioButton = QLatin1String("radiobutton");
+    const QString lineEdit = QLatin1String("lineedit");
+    const QString textEdit = QLatin1String("textedit");
+    const QString spinBox = QLatin1String("spinbox");
+    const QString doubleSpinBox = QLatin1String("doublespinbox");
+};
+
+const Names& names()
+{
+    static const Names all;
+    return all;
+}
+
 /** The text of the attribute "type"; null for the kinds whose values are not saved. */
-const char* xmlTypeName(MivoField::Type type)
+QString xmlTypeName(MivoField::Type type)
 {
     switch (MivoFieldPrivate::behaviourOf(type)) {
     case MivoField::None:
-        return "none";
+        return names().none;
     case MivoField::ComboBox:
-        return "combobox";
+        return names().comboBox;
     case MivoField::CheckBox:
-        return "checkbox";
+        return names().checkBox;
     case MivoField::RadioButton:
-        return "radiobutton";
+        return names().radioButton;
     case MivoField::LineEdit:
-        return "lineedit";
+        return names().lineEdit;
     case MivoField::TextEdit:
-        return "textedit";
+        return names().textEdit;
     case MivoField::SpinBox:
-        return "spinbox";
+        return names().spinBox;
     case MivoField::DoubleSpinBox:
-        return "doublespinbox";
+        return names().doubleSpinBox;
     default:
-        return nullptr;
+        return QString();
     }
 }
 
 void addString(MivoXmlNode& node, const QString& text)
 {
-    node.addChild(QLatin1String("string")).insertData(text);
+    node.addChild(names().string).insertData(text);
 }
 
 template <class Number>
 void setRange(MivoXmlNode& node, Number max, Number min, Number value)
 {
-    node.setAttribute(QLatin1String("max"), max);
-    node.setAttribute(QLatin1String("min"), min);
-    node.setAttribute(QLatin1String("val"), value);
+    node.setAttribute(names().max, max);
+    node.setAttribute(names().min, min);
+    node.setAttribute(names().val, value);
 }
 
 // Numbers are read as bytes, because Qt 4.8 reads strings by the rules of the default locale.
@@ -63,9 +95,9 @@ void read(const QByteArray& text, double* number, bool* ok)
 
 /** 0 for what is no number, or none that fits. */
 template <class Number>
-Number numberAt(const MivoXmlNode& node, const char* attribute)
+Number numberAt(const MivoXmlNode& node, const QString& attribute)
 {
-    const QByteArray text = node.getAttribute(QLatin1String(attribute)).toLatin1();
+    const QByteArray text = node.getAttribute(attribute).toLatin1();
     Number number;
     bool ok = false;
     read(text, &number, &ok);
@@ -84,13 +116,13 @@ struct Range
 template <class Number>
 Range<Number> rangeAt(const MivoXmlNode& node)
 {
-    return {numberAt<Number>(node, "min"), numberAt<Number>(node, "max"),
-            numberAt<Number>(node, "val")};
+    return {numberAt<Number>(node, names().min), numberAt<Number>(node, names().max),
+            numberAt<Number>(node, names().val)};
 }
 
 QString firstString(const MivoXmlNode& node)
 {
-    return node.getChild(QLatin1String("string")).getData();
+    return node.getChild(names().string).getData();
 }
 
 QStringList allStrings(const MivoXmlNode& node)
@@ -98,7 +130,7 @@ QStringList allStrings(const MivoXmlNode& node)
     QStringList strings;
     const QList<MivoXmlNode> children = node.getChildNodes();
     for (int i = 0; i < children.size(); ++i) {
-        if (children.at(i).name() == QLatin1String("string"))
+        if (children.at(i).name() == names().string)
             strings.append(children.at(i).getData());
     }
     return strings;
@@ -107,8 +139,8 @@ QStringList allStrings(const MivoXmlNode& node)
 /** Takes the values of @p node over, which has the id of @p field but may be of another kind. */
 void applyValues(MivoField& field, const MivoXmlNode& node)
 {
-    const char* const typeName = xmlTypeName(field.getType());
-    if (!typeName || node.getAttribute(QLatin1String("type")) != QLatin1String(typeName))
+    const QString typeName = xmlTypeName(field.getType());
+    if (typeName.isNull() || node.getAttribute(names().type) != typeName)
         return;
     // Everything is read before anything is set: only reading, and the first setter that changes
     // something, can run out of memory. The order of the setters matters: a limit pulls the value,
@@ -116,17 +148,17 @@ void applyValues(MivoField& field, const MivoXmlNode& node)
     switch (MivoFieldPrivate::behaviourOf(field.getType())) {
     case MivoField::ComboBox: {
         const QStringList items = allStrings(node);
-        const unsigned index = numberAt<unsigned>(node, "selectedindex");
+        const unsigned index = numberAt<unsigned>(node, names().selectedIndex);
         field.setComboBoxItems(items);
         field.setSelectedIndex(index);
         break;
     }
     case MivoField::CheckBox:
     case MivoField::RadioButton:
-        field.setChecked(node.getAttribute(QLatin1String("checked")) == QLatin1String("1"));
+        field.setChecked(node.getAttribute(names().checked) == QLatin1String("1"));
         break;
     case MivoField::LineEdit: {
-        const int maxLength = numberAt<int>(node, "maxlength");
+        const int maxLength = numberAt<int>(node, names().maxLength);
         const QString text = firstString(node);
         field.setMaxTextLength(maxLength);
         field.setText(text);
@@ -154,19 +186,35 @@ void applyValues(MivoField& field, const MivoXmlNode& node)
     }
 }
 
+/** An id as the key of a hash, without a share of the text. */
+struct IdKey
+{
+    const QString* id;
+};
+
+bool operator==(const IdKey& a, const IdKey& b)
+{
+    return *a.id == *b.id;
+}
+
+uint qHash(const IdKey& key)
+{
+    return static_cast<uint>(qHash(*key.id));
+}
+
 } // namespace
 
 MivoXmlNode MivoField::toXml() const
 {
-    MivoXmlNode node(QLatin1String("field"), nullptr);
-    node.addChild(QLatin1String("id")).insertData(getId());
-    const char* const typeName = xmlTypeName(getType());
-    if (!typeName)
+    MivoXmlNode node(names().field, nullptr);
+    node.addChild(names().id).insertData(getId());
+    const QString typeName = xmlTypeName(getType());
+    if (typeName.isNull())
         return node;
-    node.setAttribute(QLatin1String("type"), QString(QLatin1String(typeName)));
+    node.setAttribute(names().type, typeName);
     switch (MivoFieldPrivate::behaviourOf(getType())) {
     case ComboBox: {
-        node.setAttribute(QLatin1String("selectedindex"), getSelectedIndex());
+        node.setAttribute(names().selectedIndex, getSelectedIndex());
         const QStringList items = getComboBoxItems();
         for (int i = 0; i < items.size(); ++i)
             addString(node, items.at(i));
@@ -174,10 +222,10 @@ MivoXmlNode MivoField::toXml() const
     }
     case CheckBox:
     case RadioButton:
-        node.setAttribute(QLatin1String("checked"), isChecked() ? 1 : 0);
+        node.setAttribute(names().checked, isChecked() ? 1 : 0);
         break;
     case LineEdit:
-        node.setAttribute(QLatin1String("maxlength"), getMaxTextLength());
+        node.setAttribute(names().maxLength, getMaxTextLength());
         addString(node, getText());
         break;
     case TextEdit:
@@ -197,7 +245,7 @@ MivoXmlNode MivoField::toXml() const
 
 void MivoField::fromXml(const MivoXmlNode& node)
 {
-    const MivoXmlNode idNode = node.getChild(QLatin1String("id"));
+    const MivoXmlNode idNode = node.getChild(names().id);
     // An id without text is nobody's, not even that of a field without id.
     if (idNode.hasData() && idNode.getData() == getId())
         applyValues(*this, node);
@@ -205,7 +253,7 @@ void MivoField::fromXml(const MivoXmlNode& node)
 
 MivoXmlNode MivoField::toXml(const QList<MivoField>& fields)
 {
-    MivoXmlNode node(QLatin1String("fieldlist"), nullptr);
+    MivoXmlNode node(names().fieldList, nullptr);
     for (int i = 0; i < fields.size(); ++i)
         node.appendChild(fields.at(i).toXml());
     return node;
@@ -213,23 +261,25 @@ MivoXmlNode MivoField::toXml(const QList<MivoField>& fields)
 
 QList<MivoField> MivoField::fromXml(const QList<MivoField>& fields, const MivoXmlNode& node)
 {
-    if (node.name() != QLatin1String("fieldlist"))
+    if (node.name() != names().fieldList)
         return QList<MivoField>();
 
     // Backwards, so that the first field of an id is the one that has it.
-    QHash<QString, int> indexes;
+    QHash<IdKey, int> indexes;
     indexes.reserve(fields.size());
-    for (int i = static_cast<int>(fields.size()) - 1; i >= 0; --i)
-        indexes.insert(fields.at(i).getId(), i);
+    for (int i = static_cast<int>(fields.size()) - 1; i >= 0; --i) {
+        if (!fields.at(i).isNull())
+            indexes.insert(IdKey{&MivoFieldPrivate::get(fields.at(i))->id}, i);
+    }
 
     QList<MivoField> merged = fields;
-    const QList<MivoXmlNode> children = node.getChildNodes();
+    QList<MivoXmlNode> children = node.getChildNodes();
     for (int i = 0; i < children.size(); ++i) {
-        const MivoXmlNode& child = children.at(i);
-        const MivoXmlNode idNode = child.getChild(QLatin1String("id"));
-        if (child.name() != QLatin1String("field") || !idNode.hasData())
+        const MivoXmlNode child = std::move(children[i]); // let go of while it is at hand
+        const QString id = child.getChild(names().id).getData();
+        if (child.name() != names().field || id.isEmpty())
             continue;
-        const QHash<QString, int>::const_iterator index = indexes.constFind(idNode.getData());
+        const QHash<IdKey, int>::const_iterator index = indexes.constFind(IdKey{&id});
         if (index != indexes.constEnd())
             applyValues(merged[*index], child);
     }

@@ -864,6 +864,12 @@ void tst_MivoXmlNode::readsForeignXml_data()
     QTest::newRow("comments and instructions")
         << QByteArray("<!-- 1 --><?x y?><a>b<!-- 2 -->c<?x y?>d</a><!-- 3 -->")
         << QByteArray("<a>bcd</a>");
+    QTest::newRow("white space in pieces, then text")
+        << QByteArray("<a> <!-- 1 -->\n<b>\n</b>\t<?x?> <!-- 2 --><c> <d/> </c>x \n</a>")
+        << QByteArray("<a> \n<b>\n</b>\t <c><d/></c>x \n</a>");
+    QTest::newRow("white space in pieces, then an empty section")
+        << QByteArray("<a>\t<!-- 1 -->\n<b/> <![CDATA[]]><c/>\n</a>")
+        << QByteArray("<a><![CDATA[]]>\t\n<b/> <c/>\n</a>");
     QTest::newRow("character references") << QByteArray("<a>&#128512;&#x9;&#xA;&lt;&apos;</a>")
                                           << QByteArray("<a>\xf0\x9f\x98\x80\t\n&lt;'</a>");
 }

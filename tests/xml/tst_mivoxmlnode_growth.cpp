@@ -274,10 +274,10 @@ void tst_MivoXmlNodeGrowth::aFormTakesLittleMemory()
     tell("making", making);
     tell("writing", writing);
     tell("reading", reading);
-    QVERIFY(making.peak < fields * 1100);
+    QVERIFY(making.peak < fields * 950);
     QVERIFY(writing.peak < 3 * xml.size());
-    QVERIFY(reading.peak < fields * 850);
-    QVERIFY(reading.left < fields * 800);
+    QVERIFY(reading.peak < fields * 700);
+    QVERIFY(reading.left < fields * 650);
     // Less than a byte a field stays, in what Qt keeps for the next reader.
     QVERIFY(ending.left < fields - reading.left);
 }
