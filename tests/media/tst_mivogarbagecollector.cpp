@@ -315,6 +315,8 @@ void tst_MivoGarbageCollector::holdsItsMutexWhileItAsks()
     QVERIFY(remover.blocks());
     record(collector)->mutex.unlock();
     QVERIFY(remover.ends());
+
+    QVERIFY(waitsForLock(record(collector)->mutex, [&] { record(collector)->timeout(); }));
 }
 
 void tst_MivoGarbageCollector::endsInTheNextRoundWhenEmpty()
