@@ -315,8 +315,8 @@ QString JsonText::textOf(const QJsonValue& value)
         return real(value.toDouble());
     case QJsonValue::Array: {
         const QJsonArray array = value.toArray();
-        for (const QJsonValue& element : array)
-            parts.append(textOf(element));
+        for (int i = 0; i < array.size(); ++i)
+            parts.append(textOf(array.at(i)));
         return '[' + parts.join(',') + ']';
     }
     case QJsonValue::Object: {

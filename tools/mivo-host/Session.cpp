@@ -108,21 +108,21 @@ QList<MivoArg> Session::call(MivoPlugin* plugin, const QString& slot,
                     QString("%1: %2 has not answered").arg(plugin->name(), slot));
 }
 
-QList<MivoField> Session::fields(MivoPlugin* plugin)
+QList<MivoField> Session::fields(MivoPlugin* plugin) const
 {
     return answerOf([&] { return host.fields(plugin); },
                     QString("%1: its form has not been made").arg(plugin->name()));
 }
 
 MivoPluginAction Session::action(MivoPlugin* plugin, const QString& slot,
-                                 const QList<MivoArg>& arguments)
+                                 const QList<MivoArg>& arguments) const
 {
     if (!plugin->actionSlots().contains(slot) && plugin->callSlots().contains(slot))
         throw Failure(QString("%1: %2 is a call: use call").arg(plugin->name(), slot));
     return host.action(plugin, slot, arguments);
 }
 
-void Session::listen()
+void Session::listen() const
 {
     arrivals.actions.storeRelease(0);
     arrivals.timers.storeRelease(0);

@@ -39,15 +39,15 @@ public:
 
     /** Calls a slot by name, with the program's own plug-in as the sender. */
     QList<MivoArg> call(MivoPlugin* plugin, const QString& slot, const QList<MivoArg>& arguments);
-    QList<MivoField> fields(MivoPlugin* plugin);
+    QList<MivoField> fields(MivoPlugin* plugin) const;
     /** An action that runs a slot by name. */
     MivoPluginAction action(MivoPlugin* plugin, const QString& slot,
-                            const QList<MivoArg>& arguments);
+                            const QList<MivoArg>& arguments) const;
 
     /**
      * From now on says what comes: actions that are delivered, timers that fire, and what is logged.
      */
-    void listen();
+    void listen() const;
     /** How much has come since listen(): one clause for the user. */
     QString arrived() const;
     QJsonObject arrivedCounts() const;
