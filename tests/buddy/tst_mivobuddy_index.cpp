@@ -65,7 +65,7 @@ public:
             group.containsBuddy(MivoBuddy());
     }
 
-    QList<MivoBuddy>& members() { return childrenOf(group); }
+    QList<MivoBuddy>& members() const { return childrenOf(group); }
 
     MivoBuddyGroup group;
 
