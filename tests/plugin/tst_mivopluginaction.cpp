@@ -66,6 +66,7 @@ private Q_SLOTS:
     void equalWhenPluginMemberAndArgumentsAre_data();
     void equalWhenPluginMemberAndArgumentsAre();
     void sharedListsAreEqualWhateverTheyHold();
+    void sharedListsAreNotLookedInto();
     void nestedActionsAreComparedWherever();
 
     void actionThatIsNotValidPostsNothingAndLeavesTheList();
@@ -238,6 +239,18 @@ void tst_MivoPluginAction::movedFromActionIsEmpty()
     QVERIFY(assigned == original);
     assigned = MivoPluginAction();
     QCOMPARE(handlesOf(witness), 2); // here and in the list that original holds
+}
+
+void tst_MivoPluginAction::sharedListsAreNotLookedInto()
+{
+    // Each holds the one before twice: looked into, this would take for ever.
+    MivoPluginAction action(plugin.data(), act(), QList<MivoArg>() << 1);
+    for (int i = 0; i < 60; ++i) {
+        const MivoArg inner(action);
+        action = MivoPluginAction(plugin.data(), act(), QList<MivoArg>() << inner << inner);
+    }
+    const MivoPluginAction copy(action);
+    QVERIFY(copy == action);
 }
 
 void tst_MivoPluginAction::nestedActionsAreComparedWherever()
