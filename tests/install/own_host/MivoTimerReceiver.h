@@ -4,6 +4,6 @@
 
 struct MivoTimerReceiver
 {
-    virtual ~MivoTimerReceiver() {}
+    virtual ~MivoTimerReceiver() { }
     virtual void onTimer(QString name) = 0;
 };
