@@ -141,6 +141,6 @@ void addRows()
         .peer(peer, handOver<PeerRing<false>>)
         .limit(limit, handOver<PeerRing<true>>)
         .counted(bench::Counted::ProcessTime)
-        .sizes({4096, 900 * 1024})
+        .sizes({4096, 900L * 1024})
         .goal(1.1);
 }
