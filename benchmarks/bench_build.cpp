@@ -10,9 +10,9 @@ void buildLibraries(benchmark::State& state)
     // Without a cache of compilers' results, whatever the environment says.
     const bool configured
         = bench::childSeconds({"cmake", "-G", "Ninja", "-S", SOURCE_FOLDER, "-B", folder,
-                               "-DCMAKE_BUILD_TYPE=Release",
-                               "-DCMAKE_CXX_COMPILER_LAUNCHER=", "-DMIVO_BUILD_TESTS=OFF",
-                               "-DMIVO_BUILD_EXAMPLES=OFF", "-DMIVO_QT_MAJOR=" QT_MAJOR})
+                               "-DCMAKE_BUILD_TYPE=Release", "-DCMAKE_CXX_COMPILER_LAUNCHER=",
+                               "-DMIVO_BUILD_TESTS=OFF", "-DMIVO_BUILD_EXAMPLES=OFF",
+                               std::string("-DMIVO_QT_MAJOR=") + QT_MAJOR})
         >= 0;
     for (auto _ : state) {
         const bool clean = configured
