@@ -6,11 +6,14 @@
 #include "MivoDispatcher.h"
 #include "MivoField.h"
 #include "MivoHostLog.h"
+#include "MivoLaterCall_p.h"
 #include "MivoPlugin.h"
 #include "MivoPluginLoader.h"
 #include "MivoPluginSlots_p.h"
 #include "MivoPluginThread.h"
+#include "MivoSettingsStore_p.h"
 #include "MivoWait.h"
+#include "MivoXmlNode.h"
 
 #include <QCoreApplication>
 #include <QElapsedTimer>
@@ -67,6 +70,42 @@ public:
 
 private:
     const std::shared_ptr<MivoWait> sharedWait;
+};
+
+/** A posted call by name that nobody waits for: its answer is handed on when it has been made. */
+class LaterRequest : public Request
+{
+public:
+    LaterRequest(const std::shared_ptr<MivoLaterCall::Link>& answeredLink,
+                 const QString& calledPlugin, const QString& calledSlot)
+        : Request(std::make_shared<MivoWait>())
+        , link(answeredLink)
+        , plugin(calledPlugin)
+        , slot(calledSlot)
+    {
+    }
+    ~LaterRequest() override
+    {
+        QList<MivoArg> answer = wait->getRetValue();
+        const QString failure = failureIn(answer, plugin, slot);
+        link->answer(failure.isEmpty() ? answer : QList<MivoArg>(), failure);
+    }
+
+    /** Takes what callByName() answers apart: empty, with the values alone left, on success. */
+    static QString failureIn(QList<MivoArg>& answer, const QString& plugin, const QString& slot)
+    {
+        if (answer.isEmpty())
+            return QString::fromLatin1("%1 has ended before it could be called").arg(plugin);
+        if (answer.takeFirst().toBool())
+            return QString();
+        return QString::fromLatin1("%1: %2 failed: %3")
+            .arg(plugin, slot, answer.first().toString());
+    }
+
+private:
+    const std::shared_ptr<MivoLaterCall::Link> link;
+    const QString plugin;
+    const QString slot;
 };
 
 /** What is left of a time, in milliseconds. */
@@ -177,17 +216,32 @@ public:
         return require(plugin);
     }
 
-    std::shared_ptr<MivoWait> post(const LoadedPlugin& loaded, MivoCallSlotEvent::Member member,
-                                   MivoPlugin* sender, const QList<MivoArg>& arguments) const
+    static void post(Request* request, const LoadedPlugin& loaded, MivoCallSlotEvent::Member member,
+                     MivoPlugin* sender, const QList<MivoArg>& arguments)
     {
-        const std::shared_ptr<MivoWait> wait(new MivoWait);
-        Request* const request = new Request(wait);
         request->arguments = arguments;
         request->sender = sender;
         request->target = loaded.plugin;
         request->member = member;
         QCoreApplication::postEvent(loaded.thread, request);
+    }
+
+    static std::shared_ptr<MivoWait> post(const LoadedPlugin& loaded,
+                                          MivoCallSlotEvent::Member member, MivoPlugin* sender,
+                                          const QList<MivoArg>& arguments)
+    {
+        const std::shared_ptr<MivoWait> wait(new MivoWait);
+        post(new Request(wait), loaded, member, sender, arguments);
         return wait;
+    }
+
+    /** What is posted under the lock is posted before the thread is told to end, and so served. */
+    LoadedPlugin requireRunning(const MivoPlugin* plugin)
+    {
+        const LoadedPlugin loaded = require(plugin);
+        if (!loaded.thread->isRunning())
+            throw MivoHostError(QString::fromLatin1("%1 is not running").arg(loaded.name));
+        return loaded;
     }
 
     /**
@@ -200,11 +254,8 @@ public:
         LoadedPlugin loaded;
         std::shared_ptr<MivoWait> wait;
         {
-            // What is posted under the lock is posted before the thread is told to end, and served.
             QMutexLocker locker(&mutex);
-            loaded = require(plugin);
-            if (!loaded.thread->isRunning())
-                throw MivoHostError(QString::fromLatin1("%1 is not running").arg(loaded.name));
+            loaded = requireRunning(plugin);
             if (QThread::currentThread() != loaded.thread)
                 wait = post(loaded, member, sender, arguments);
         }
@@ -244,6 +295,7 @@ public:
 
     mutable QMutex mutex; // of plugins and isClosed
     DispatcherThread* dispatcherThread;
+    std::unique_ptr<MivoSettingsStore> settings;
     QList<LoadedPlugin> plugins;
     int shutdownTimeoutMs;
     bool isStarted;
@@ -296,6 +348,30 @@ void MivoHost::add(MivoPlugin* plugin)
     loaded.thread->setPlugin(plugin);
     QMutexLocker locker(&d->mutex);
     d->plugins.append(loaded);
+}
+
+void MivoHost::setSettingsFolder(const QString& folder, KeptSecrets secrets)
+{
+    d->settings.reset(new MivoSettingsStore(folder, secrets == WithSecrets));
+}
+
+/** Gives a plug-in the form that is kept of it; called in its thread. */
+void MivoHost::restoreForm(MivoPlugin& plugin) const
+{
+    if (!d->settings)
+        return;
+    const QString name = d->requireWithLock(&plugin).name;
+    QString refusal;
+    try {
+        const MivoXmlNode kept = d->settings->read(name);
+        if (!kept.isNull())
+            refusal = plugin.applyFields(MivoField::fromXml(plugin.fields(), kept));
+    } catch (...) {
+        refusal = MivoHostLog::currentException();
+    }
+    if (!refusal.isEmpty())
+        MivoHostLog::write(
+            QString::fromLatin1("%1 does not take its kept settings over: %2").arg(name, refusal));
 }
 
 bool MivoHost::start(QString* error)
@@ -421,10 +497,32 @@ QList<MivoArg> MivoHost::call(MivoPlugin* target, const QString& slot,
         throw MivoHostError(known.whyMissing(loaded.name, slot));
     QList<MivoArg> answer
         = d->ask(target, &MivoPlugin::callByName, sender, withName(slot, arguments));
-    if (!answer.takeFirst().toBool())
-        throw MivoHostError(QString::fromLatin1("%1: %2 failed: %3")
-                                .arg(loaded.name, slot, answer.first().toString()));
+    const QString failure = LaterRequest::failureIn(answer, loaded.name, slot);
+    if (!failure.isEmpty())
+        throw MivoHostError(failure);
     return answer;
+}
+
+void MivoHost::callLater(
+    MivoPlugin* target, const QString& slot, const QList<MivoArg>& arguments, QObject* context,
+    const std::function<void(const QList<MivoArg>&, const QString&)>& whenAnswered,
+    MivoPlugin* sender) const
+{
+    QMutexLocker locker(&d->mutex);
+    const LoadedPlugin* const asked = d->find(target);
+    const QString who = (asked ? asked->name + QLatin1String(": ") : QString()) + slot;
+    const std::shared_ptr<MivoLaterCall::Link> link
+        = MivoLaterCall::start(context, who, callTimeoutMs, whenAnswered);
+    try {
+        const LoadedPlugin loaded = d->requireRunning(target);
+        const MivoPluginSlots known(loaded.metaObject, MivoPluginSlots::Call);
+        if (known.indexOf(slot) < 0)
+            throw MivoHostError(known.whyMissing(loaded.name, slot));
+        MivoHostPrivate::post(new LaterRequest(link, loaded.name, slot), loaded,
+                              &MivoPlugin::callByName, sender, withName(slot, arguments));
+    } catch (const MivoHostError& error) {
+        link->answer(QList<MivoArg>(), error.message());
+    }
 }
 
 QList<MivoField> MivoHost::fields(MivoPlugin* target) const
@@ -436,6 +534,28 @@ QList<MivoField> MivoHost::fields(MivoPlugin* target) const
         throw MivoHostError(QString::fromLatin1("%1: its form cannot be made: %2")
                                 .arg(loaded.name, answer.toString()));
     return answer.toFieldList();
+}
+
+QList<MivoField> MivoHost::applyFields(MivoPlugin* target, const QList<MivoField>& fields) const
+{
+    const LoadedPlugin loaded = d->requireWithLock(target);
+    QList<MivoArg> values;
+    values.append(MivoArg(fields));
+    const QList<MivoArg> answer = d->ask(target, &MivoPlugin::applyFieldsInThread, nullptr, values);
+    const QString refusal = answer.first().toString();
+    if (answer.size() != 2 || !refusal.isEmpty())
+        throw MivoHostError(
+            QString::fromLatin1("%1 does not take the values over: %2").arg(loaded.name, refusal));
+    const QList<MivoField> shown = answer.at(1).toFieldList();
+    try {
+        if (d->settings)
+            d->settings->write(loaded.name, shown);
+    } catch (const std::runtime_error& error) {
+        throw MivoHostError(
+            QString::fromLatin1("%1 has taken the values over, but they are not kept: %2")
+                .arg(loaded.name, QString::fromUtf8(error.what())));
+    }
+    return shown;
 }
 
 MivoPluginAction MivoHost::action(MivoPlugin* target, const QString& slot,

@@ -5,6 +5,7 @@
 #include "MivoHostGlobal.h"
 #include "MivoPluginAction.h"
 
+#include <functional>
 #include <stdexcept>
 
 class MivoDispatcher;
@@ -12,6 +13,7 @@ class MivoField;
 class MivoHostPrivate;
 class MivoPlugin;
 class MivoPluginThread;
+class QObject;
 
 /** A call by name that could not be made, or whose slot threw: the message says which and why. */
 class MIVO_HOST_EXPORT MivoHostError : public std::runtime_error
@@ -55,6 +57,16 @@ public:
      * to be called before start(). Throws what its name() throws, and has then taken nothing.
      */
     void add(MivoPlugin* plugin);
+
+    enum KeptSecrets { WithoutSecrets, WithSecrets };
+    /**
+     * The folder in which the form of each plug-in is kept as XML from one run to the next, where
+     * its owner alone may read it: what applyFields() has brought into it is given to the plug-in
+     * after initialise() and before any call. A file that is broken is set aside, with a line in the
+     * log. Secrets (MivoSecret.h) are left out unless asked for. To be called before start(); none
+     * by default. The folder is made when it is needed.
+     */
+    void setSettingsFolder(const QString& folder, KeptSecrets secrets = WithoutSecrets);
 
     /**
      * Starts all threads, then initialises the plug-ins in the order they were loaded, each in its
@@ -104,6 +116,23 @@ public:
      */
     QList<MivoField> fields(MivoPlugin* target) const;
     /**
+     * Gives what the user has chosen in the form of a plug-in to the plug-in, in its own thread, and
+     * keeps it in the settings folder. Returns the form as the plug-in then shows it. Throws as
+     * call() does, and a MivoHostError with the plug-in's own sentence when it refuses the values.
+     */
+    QList<MivoField> applyFields(MivoPlugin* target, const QList<MivoField>& fields) const;
+    /**
+     * As call(), but returns at once, and never throws: @p whenAnswered is called once, in the
+     * thread of @p context and by its event loop, with the values, or with none and the reason why
+     * there are none, which after 30000 ms is the time-out. It is not called when @p context has
+     * gone by then, nor when its thread has ended. To be called in any thread.
+     */
+    void callLater(MivoPlugin* target, const QString& slot, const QList<MivoArg>& arguments,
+                   QObject* context,
+                   const std::function<void(const QList<MivoArg>& values, const QString& failure)>&
+                       whenAnswered,
+                   MivoPlugin* sender = nullptr) const;
+    /**
      * An action that runs a slot by name; throws a MivoHostError when @p target is none of the
      * host's plug-ins, or when there is no such slot. It is to be run without arguments: given ones would take the place of the slot's name, which is
      * stored too.
@@ -113,6 +142,10 @@ public:
 
 private:
     Q_DISABLE_COPY(MivoHost)
+    friend class MivoPlugin;
+
+    void restoreForm(MivoPlugin& plugin) const;
+
     MivoHostPrivate* d;
 };
 

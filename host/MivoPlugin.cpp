@@ -84,6 +84,8 @@ void invoke(MivoPlugin& plugin, int slot, void** parameters, const QList<MivoArg
 MivoPlugin::MivoPlugin(QObject* parent)
     : QObject(parent)
 {
+    // What its signals carry from one thread to another.
+    qRegisterMetaType<QList<MivoBuddy>>("QList<MivoBuddy>");
 }
 
 MivoPlugin::~MivoPlugin() = default;
@@ -115,6 +117,11 @@ QList<MivoService> MivoPlugin::services() const
 QList<MivoField> MivoPlugin::fields() const
 {
     return QList<MivoField>();
+}
+
+QString MivoPlugin::applyFields(const QList<MivoField>&)
+{
+    return QString::fromLatin1("its form is for show and takes no values");
 }
 
 QStringList MivoPlugin::callSlots() const
@@ -154,7 +161,9 @@ void MivoPlugin::initialiseInThread(MivoPlugin*, QList<MivoArg>& arguments)
     QString failure;
     try {
         MivoHost* const host = static_cast<MivoHost*>(arguments.first().toPointer());
-        if (!initialise(*host))
+        if (initialise(*host))
+            host->restoreForm(*this);
+        else
             failure = QLatin1String("it says that it cannot work");
     } catch (...) {
         failure = MivoHostLog::currentException();
@@ -170,6 +179,24 @@ void MivoPlugin::fieldsInThread(MivoPlugin*, QList<MivoArg>& arguments)
     arguments.clear();
     try {
         arguments.append(MivoArg(fields()));
+    } catch (...) {
+        arguments.append(MivoArg(MivoHostLog::currentException()));
+    }
+}
+
+/**
+ * Takes the FieldList. Answers the String of what the plug-in has against it, empty when it has
+ * taken the values over, and then the FieldList that it shows from now on.
+ */
+void MivoPlugin::applyFieldsInThread(MivoPlugin*, QList<MivoArg>& arguments)
+{
+    const QList<MivoField> values = arguments.takeFirst().toFieldList();
+    arguments.clear();
+    try {
+        const QString refusal = applyFields(values);
+        const QList<MivoField> shown = fields();
+        arguments.append(MivoArg(refusal));
+        arguments.append(MivoArg(shown));
     } catch (...) {
         arguments.append(MivoArg(MivoHostLog::currentException()));
     }

@@ -2,8 +2,10 @@
 #define MIVOPLUGIN_H
 
 #include "MivoArg.h"
+#include "MivoBuddy.h"
 #include "MivoHostGlobal.h"
 
+#include <QMetaType>
 #include <QObject>
 #include <QtPlugin>
 
@@ -73,6 +75,13 @@ public:
      * once that runs.
      */
     virtual QList<MivoField> fields() const;
+    /**
+     * Takes over what the user has chosen in the form, which fields() then shows. Called in the
+     * plug-in's thread, with the fields of fields() and other values. Returns nothing on success,
+     * or one sentence for the user on what is wrong, and has then changed nothing. By default the
+     * form is for show: all values are refused.
+     */
+    virtual QString applyFields(const QList<MivoField>& fields);
 
     /** The names of the slots that can be called synchronously, in order of declaration, once each.
      */
@@ -93,6 +102,16 @@ public:
      */
     void runByName(QList<MivoArg>& arguments);
 
+Q_SIGNALS:
+    // Emitted in any thread, when what is told of can already be asked for.
+
+    /** These entries of the plug-in's contact list have other texts or presences. */
+    void entriesChanged(const QList<MivoBuddy>& entries);
+    /** Entries of the plug-in's contact list have come, gone or moved. */
+    void contactListChanged();
+    /** fields() answers something else than before. */
+    void formChanged();
+
 private:
     friend class MivoHost;
     friend class MivoHostPrivate;
@@ -100,7 +119,11 @@ private:
     // What the host posts to the plug-in's thread.
     void initialiseInThread(MivoPlugin* sender, QList<MivoArg>& arguments);
     void fieldsInThread(MivoPlugin* sender, QList<MivoArg>& arguments);
+    void applyFieldsInThread(MivoPlugin* sender, QList<MivoArg>& arguments);
     void shutdownInThread(MivoPlugin* sender, QList<MivoArg>& arguments);
 };
+
+Q_DECLARE_METATYPE(MivoBuddy)
+Q_DECLARE_METATYPE(QList<MivoBuddy>)
 
 #endif

@@ -31,6 +31,22 @@ bool SettingsPlugin::initialise(MivoHost& host)
 
 QList<MivoField> SettingsPlugin::fields() const
 {
+    return chosen.isEmpty() ? newForm() : chosen;
+}
+
+QString SettingsPlugin::applyFields(const QList<MivoField>& fields)
+{
+    for (const MivoField& field : fields) {
+        if (field.getId() == "nickname" && field.getText().trimmed().isEmpty())
+            return "the nickname is empty; others need something to call you";
+    }
+    chosen = fields;
+    Q_EMIT formChanged();
+    return QString();
+}
+
+QList<MivoField> SettingsPlugin::newForm() const
+{
     const QString profile("Profile");
     const QString presence("Presence");
     const QString look("Look and sound");

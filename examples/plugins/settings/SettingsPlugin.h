@@ -1,6 +1,7 @@
 #ifndef SETTINGSPLUGIN_H
 #define SETTINGSPLUGIN_H
 
+#include <MivoField.h>
 #include <MivoPlugin.h>
 #include <MivoPluginAction.h>
 
@@ -18,9 +19,14 @@ public:
     bool initialise(MivoHost& host) override;
     /** Without the echo plug-in, the button is there and does nothing. */
     QList<MivoField> fields() const override;
+    /** Takes any values over, but for a nickname that is empty. */
+    QString applyFields(const QList<MivoField>& fields) override;
 
 private:
+    QList<MivoField> newForm() const;
+
     MivoPluginAction greetEcho;
+    QList<MivoField> chosen; // the form as the user has left it; empty as long as that is as new
 };
 
 #endif
