@@ -1,4 +1,5 @@
-# mivo_add_plugin(NAME [HOST TARGET] SOURCES...): a plug-in NAME.so for the hosts of libmivo_data.
+# mivo_add_plugin(NAME [HOST TARGET] [TITLE TEXT] [DESCRIPTION TEXT] [AUTHOR TEXT] [REQUIRES NAME...]
+#                 [SOURCES] FILE...): a plug-in NAME.so for the hosts of libmivo_data.
 #
 # Its root class derives from MivoPlugin and names the stamp that this function writes:
 #
@@ -12,8 +13,11 @@
 # theirs. The plug-in links Mivo::Host, or the TARGET of a messenger that has a host of its own, whose
 # property MIVO_PLUGIN_INTERFACE is the number of its plug-in interface. Further libraries are linked
 # as to any other target.
+#
+# The stamp also says who the plug-in is: its NAME, and what users are shown, each TEXT being one line.
+# Plug-ins that it REQUIRES, by the NAMEs that they are built as, are loaded before it.
 function(mivo_add_plugin name)
-    cmake_parse_arguments(plugin "" "HOST" "" ${ARGN})
+    cmake_parse_arguments(PARSE_ARGV 1 plugin "" "HOST;TITLE;DESCRIPTION;AUTHOR" "REQUIRES;SOURCES")
     if(NOT plugin_HOST)
         set(plugin_HOST Mivo::Host)
     endif()
@@ -22,6 +26,18 @@ function(mivo_add_plugin name)
             "Host in find_package(MivoData COMPONENTS ...), or a host of the messenger's own by HOST TARGET.")
     endif()
     _mivo_stamp_fields(${plugin_HOST})
+    set(json_texts)
+    set(plain_texts)
+    _mivo_add_text(name "${name}")
+    _mivo_add_text(title "${plugin_TITLE}")
+    _mivo_add_text(description "${plugin_DESCRIPTION}")
+    _mivo_add_text(author "${plugin_AUTHOR}")
+    list(JOIN plugin_REQUIRES "," requires)
+    if(requires)
+        string(APPEND plain_texts "\n    \"requires=${requires}\\n\"")
+        string(REPLACE "," "\", \"" requires "${requires}")
+        string(APPEND json_texts ",\n        \"requires\": [\"${requires}\"]")
+    endif()
 
     set(stamp_folder "${CMAKE_CURRENT_BINARY_DIR}/${name}_stamp")
     file(CONFIGURE OUTPUT "${stamp_folder}/mivo_plugin.json" @ONLY CONTENT [[{
@@ -29,12 +45,12 @@ function(mivo_add_plugin name)
         "library": "@library@",
         "interface": @interface@,
         "qt": @qt@,
-        "abi": "@abi@"
+        "abi": "@abi@"@json_texts@
     }
 }
 ]])
 
-    add_library(${name} MODULE ${plugin_UNPARSED_ARGUMENTS})
+    add_library(${name} MODULE ${plugin_SOURCES} ${plugin_UNPARSED_ARGUMENTS})
     set_target_properties(${name} PROPERTIES PREFIX "" AUTOMOC ON CXX_VISIBILITY_PRESET hidden)
     target_include_directories(${name} PRIVATE "${stamp_folder}")
     target_link_libraries(${name} PRIVATE ${plugin_HOST} Mivo::Data)
@@ -62,6 +78,20 @@ macro(_mivo_stamp_fields host)
     endif()
 endmacro()
 
+# Adds a text for the user to both ways in which a stamp is written; none when it is empty.
+function(_mivo_add_text key text)
+    if(text MATCHES "[\n\r\t]")
+        message(FATAL_ERROR "mivo_add_plugin(): the ${key} is \"${text}\"; expected one line.")
+    endif()
+    if(text STREQUAL "")
+        return()
+    endif()
+    string(REPLACE "\\" "\\\\" text "${text}")
+    string(REPLACE "\"" "\\\"" text "${text}")
+    set(json_texts "${json_texts},\n        \"${key}\": \"${text}\"" PARENT_SCOPE)
+    set(plain_texts "${plain_texts}\n    \"${key}=${text}\\n\"" PARENT_SCOPE)
+endfunction()
+
 # Adds the stamp to a target as a marked text, which MivoPluginStamp::fromText() finds in the shared
 # object. It is exported, so that no linker leaves it out.
 function(_mivo_add_stamp_text target)
@@ -73,7 +103,7 @@ extern "C" __attribute__((visibility("default"))) const char mivo_plugin_stamp[]
     "library=@library@\n"
     "interface=@interface@\n"
     "qt=@qt@\n"
-    "abi=@abi@\n";
+    "abi=@abi@\n"@plain_texts@;
 ]])
     target_sources(${target} PRIVATE "${source}")
 endfunction()

@@ -16,6 +16,7 @@
 #include "MivoXmlNode.h"
 
 #include <QCoreApplication>
+#include <QDir>
 #include <QElapsedTimer>
 #include <QMutex>
 #include <QMutexLocker>
@@ -136,7 +137,20 @@ struct LoadedPlugin
     QString name;
     const QMetaObject* metaObject;
     bool isInitialised; ///< or has been asked to
+    MivoPluginStamp stamp;
 };
+
+/** A file that is to be loaded. */
+struct Candidate
+{
+    QString fileName;
+    MivoPluginStamp stamp;
+};
+
+QString refusal(const QString& fileName, const QString& found, const QString& needed)
+{
+    return QString::fromLatin1("%1: found %2; needed: %3").arg(fileName, found, needed);
+}
 
 /** Threads that had to be given up; they may still be running, and so are never deleted. */
 struct AbandonedThreads
@@ -208,6 +222,51 @@ public:
                                              ? QLatin1String("an object that is none, or has gone")
                                              : QLatin1String("null")));
         return *found;
+    }
+
+    /** The first of the requirements of a plug-in that is not loaded; empty when all are. */
+    QString lackOf(const MivoPluginStamp& stamp) const
+    {
+        const QStringList required = stamp.requirements();
+        for (int i = 0; i < int(required.size()); ++i) {
+            bool isThere = false;
+            for (int j = 0; j < int(plugins.size()) && !isThere; ++j)
+                isThere = plugins.at(j).stamp.name() == required.at(i)
+                    || plugins.at(j).name == required.at(i);
+            if (!isThere)
+                return required.at(i);
+        }
+        return QString();
+    }
+
+    /** One sentence on why @p candidate, which lacks something, cannot be loaded. */
+    QString whyNot(const Candidate& candidate, const QList<Candidate>& waiting) const
+    {
+        // From one to what it lacks, until that is not waiting, or until it comes round.
+        QStringList way(candidate.stamp.name());
+        QString lack = lackOf(candidate.stamp);
+        while (!way.contains(lack)) {
+            way.append(lack);
+            for (int i = 0; i <= int(waiting.size()); ++i) {
+                if (i == int(waiting.size()))
+                    return refusal(
+                        candidate.fileName,
+                        QString::fromLatin1("a plug-in that requires \"%1\", which is "
+                                            "not loaded")
+                            .arg(way.mid(1).join(QLatin1String("\", which requires \""))),
+                        QString::fromLatin1("that plug-in, before or together with this "
+                                            "one"));
+                if (waiting.at(i).stamp.name() == lack) {
+                    lack = lackOf(waiting.at(i).stamp);
+                    break;
+                }
+            }
+        }
+        way.append(lack);
+        return refusal(candidate.fileName,
+                       QString::fromLatin1("plug-ins that require each other (%1)")
+                           .arg(way.join(QLatin1String(" requires "))),
+                       QString::fromLatin1("one of them that can be loaded first"));
     }
 
     LoadedPlugin requireWithLock(const MivoPlugin* plugin)
@@ -325,23 +384,72 @@ MivoPlugin* MivoHost::load(const QString& fileName, QString* error)
     MivoPlugin* const plugin = loader.load();
     QString refused = loader.errorString();
     if (plugin && threadOf(plugin))
-        refused = QString::fromLatin1(
-                      "%1: found a plug-in that is loaded already; needed: another file")
-                      .arg(fileName);
+        refused = refusal(fileName, QString::fromLatin1("a plug-in that is loaded already"),
+                          QString::fromLatin1("another file"));
     if (!refused.isEmpty()) {
         if (error)
             *error = refused;
         return nullptr;
     }
-    add(plugin);
+    take(plugin, loader.stamp());
     return plugin;
+}
+
+QList<MivoPlugin*> MivoHost::loadAll(const QStringList& fileNames, QStringList* refused)
+{
+    QList<MivoPlugin*> loaded;
+    QStringList refusals;
+    QList<Candidate> waiting;
+    for (int i = 0; i < int(fileNames.size()); ++i) {
+        const Candidate candidate = {fileNames.at(i), MivoPluginLoader(fileNames.at(i)).stamp()};
+        waiting.append(candidate);
+    }
+    // Always the first that has all that it requires: the order given stays as far as it can.
+    for (int i = 0; i < int(waiting.size());) {
+        if (!d->lackOf(waiting.at(i).stamp).isEmpty()) {
+            ++i;
+            continue;
+        }
+        QString error;
+        MivoPlugin* const plugin = load(waiting.takeAt(i).fileName, &error);
+        if (plugin)
+            loaded.append(plugin);
+        else
+            refusals.append(error);
+        i = 0;
+    }
+    for (int i = 0; i < int(waiting.size()); ++i)
+        refusals.append(d->whyNot(waiting.at(i), waiting));
+    if (refused)
+        *refused = refusals;
+    return loaded;
+}
+
+QList<MivoPlugin*> MivoHost::loadFolder(const QString& folder, QStringList* refused)
+{
+    const QDir dir(folder);
+    const QStringList names
+        = dir.entryList(QStringList(QLatin1String("*.so")), QDir::Files | QDir::System, QDir::Name);
+    QStringList files;
+    for (int i = 0; i < int(names.size()); ++i)
+        files.append(dir.filePath(names.at(i)));
+    const QList<MivoPlugin*> loaded = loadAll(files, refused);
+    if (refused && !dir.exists())
+        refused->append(refusal(folder, QString::fromLatin1("no folder"),
+                                QString::fromLatin1("one that holds plug-ins")));
+    return loaded;
 }
 
 void MivoHost::add(MivoPlugin* plugin)
 {
+    take(plugin, MivoPluginStamp());
+}
+
+void MivoHost::take(MivoPlugin* plugin, const MivoPluginStamp& stamp)
+{
     const QString name = plugin->name();
     const LoadedPlugin loaded
-        = {plugin, new MivoPluginThread(name), name, plugin->metaObject(), false};
+        = {plugin, new MivoPluginThread(name), name, plugin->metaObject(), false, stamp};
     QObject::connect(plugin, SIGNAL(destroyed(QObject*)), dispatcher(), SLOT(forget(QObject*)),
                      Qt::DirectConnection);
     plugin->setParent(nullptr); // an object with a parent cannot be moved
@@ -474,6 +582,13 @@ MivoPlugin* MivoHost::findPlugin(const QString& name) const
             return d->plugins.at(i).plugin;
     }
     return nullptr;
+}
+
+MivoPluginStamp MivoHost::stampOf(const MivoPlugin* plugin) const
+{
+    QMutexLocker locker(&d->mutex);
+    const LoadedPlugin* const found = d->find(plugin);
+    return found ? found->stamp : MivoPluginStamp();
 }
 
 MivoPluginThread* MivoHost::threadOf(const MivoPlugin* plugin) const

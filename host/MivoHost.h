@@ -4,6 +4,7 @@
 #include "MivoArg.h"
 #include "MivoHostGlobal.h"
 #include "MivoPluginAction.h"
+#include "MivoPluginStamp.h"
 
 #include <functional>
 #include <stdexcept>
@@ -49,9 +50,18 @@ public:
     /**
      * Loads the plug-in in @p fileName, which then belongs to the host; to be called before
      * start(). Returns null when it is refused, with one sentence on the reason in @p error. Its
-     * code stays loaded until the process ends.
+     * code stays loaded until the process ends. What it requires is not looked at.
      */
     MivoPlugin* load(const QString& fileName, QString* error = nullptr);
+    /**
+     * Loads plug-ins as load() does, each behind those that it requires by its stamp, otherwise in
+     * the order given. Returns those that have been loaded, in the order in which they were. A
+     * plug-in that requires what is neither here nor loaded before, or itself in a roundabout way,
+     * is refused, and the others go on; @p refused gets a sentence for each.
+     */
+    QList<MivoPlugin*> loadAll(const QStringList& fileNames, QStringList* refused = nullptr);
+    /** loadAll() of the files *.so in a folder, in the order of their names. */
+    QList<MivoPlugin*> loadFolder(const QString& folder, QStringList* refused = nullptr);
     /**
      * Takes over a plug-in that was made in the calling thread, from its parent too if it has one;
      * to be called before start(). Throws what its name() throws, and has then taken nothing.
@@ -97,6 +107,8 @@ public:
     /** The first plug-in of that MivoPlugin::name(), as it was when it was loaded; null when there
      * is none. */
     MivoPlugin* findPlugin(const QString& name) const;
+    /** What the file of a plug-in says of itself; empty for one that is from no file. */
+    MivoPluginStamp stampOf(const MivoPlugin* plugin) const;
     /** The thread of one of the host's plug-ins, null for any other. */
     MivoPluginThread* threadOf(const MivoPlugin* plugin) const;
     /** Null when it had to be abandoned. */
@@ -145,6 +157,7 @@ private:
     friend class MivoPlugin;
 
     void restoreForm(MivoPlugin& plugin) const;
+    void take(MivoPlugin* plugin, const MivoPluginStamp& stamp);
 
     MivoHostPrivate* d;
 };

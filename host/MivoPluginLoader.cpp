@@ -109,16 +109,22 @@ MivoPlugin* MivoPluginLoader::load()
     if (plugin)
         return plugin;
     QString found = checkFile();
-    if (found.isEmpty()) {
-        loader.setFileName(QFileInfo(name).absoluteFilePath());
-        found = mivoReadStamp(loader).misfit();
-    }
+    if (found.isEmpty())
+        found = stamp().misfit();
     if (found.isEmpty())
         found = loadCode();
     if (!found.isEmpty())
         error = QString::fromLatin1("%1: found %2; needed: %3")
                     .arg(name, found, MivoPluginStamp::needed());
     return plugin;
+}
+
+MivoPluginStamp MivoPluginLoader::stamp()
+{
+    if (!checkFile().isEmpty())
+        return MivoPluginStamp();
+    loader.setFileName(QFileInfo(name).absoluteFilePath());
+    return mivoReadStamp(loader);
 }
 
 QString MivoPluginLoader::errorString() const

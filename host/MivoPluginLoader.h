@@ -2,6 +2,7 @@
 #define MIVOPLUGINLOADER_H
 
 #include "MivoPlugin.h"
+#include "MivoPluginStamp.h"
 
 #include <QPluginLoader>
 #include <QPointer>
@@ -30,6 +31,8 @@ public:
      * it and what is needed.
      */
     MivoPlugin* load();
+    /** What the file says of itself; its code is not loaded. Empty when it is no such file. */
+    MivoPluginStamp stamp();
     /** One sentence without a line end; empty as long as nothing has failed. */
     QString errorString() const;
     QString fileName() const;

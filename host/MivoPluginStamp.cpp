@@ -14,6 +14,9 @@ namespace {
 const char mark[] = "\nmivo plug-in stamp\n";
 const int longestText = 64 * 1024; // bytes
 
+/** The fields that may be left out. */
+const char* const userTexts[] = {"name", "title", "description", "author"};
+
 #if defined(__GNUC__)
 const char compilerAbi[] = "itanium";
 #else
@@ -151,14 +154,14 @@ MivoPluginStamp MivoPluginStamp::fromText(const QString& fileName)
             = QString::fromLatin1("a file that cannot be read (%1)").arg(file.errorString());
         return stamp;
     }
-    const QList<QByteArray> texts = markedTexts(file);
-    if (texts.size() > 1)
-        stamp.unreadable = QString::fromLatin1("a plug-in with %1 stamps").arg(texts.size());
-    if (texts.size() != 1)
+    const QList<QByteArray> found = markedTexts(file);
+    if (found.size() > 1)
+        stamp.unreadable = QString::fromLatin1("a plug-in with %1 stamps").arg(found.size());
+    if (found.size() != 1)
         return stamp;
 
     stamp.unreadable.clear();
-    const QStringList lines = QString::fromUtf8(texts.first().constData()).split(QLatin1Char('\n'));
+    const QStringList lines = QString::fromUtf8(found.first().constData()).split(QLatin1Char('\n'));
     for (int i = 0; i < int(lines.size()); ++i) {
         if (lines.at(i).isEmpty())
             continue;
@@ -169,6 +172,8 @@ MivoPluginStamp MivoPluginStamp::fromText(const QString& fileName)
         else if (stamp.fields.contains(key))
             stamp.unreadable
                 = QString::fromLatin1("a plug-in whose stamp is broken (%1 stands twice)").arg(key);
+        else if (key == QLatin1String("requires"))
+            stamp.fields.insert(key, QVariant(value.split(QLatin1Char(','))).toList());
         else if (key == QLatin1String("interface") || key == QLatin1String("qt"))
             stamp.fields.insert(key,
                                 numberIn(value) >= 0 ? QVariant(numberIn(value)) : QVariant(value));
@@ -211,7 +216,46 @@ QString MivoPluginStamp::misfit() const
         return broken("library", library);
     if (majorOf(library) != MIVO_VERSION_MAJOR)
         return QString::fromLatin1("a plug-in for libmivo_data %1").arg(library.toString());
+
+    for (unsigned i = 0; i < sizeof userTexts / sizeof *userTexts; ++i) {
+        const QVariant text = fields.value(QLatin1String(userTexts[i]));
+        if (text.isValid() && (text.userType() != QMetaType::QString || text.toString().isEmpty()))
+            return broken(userTexts[i], text);
+    }
+    const QVariant required = fields.value(QLatin1String("requires"));
+    if (required.isValid() && required.userType() != QMetaType::QVariantList)
+        return broken("requires", required);
+    const QVariantList names = required.toList();
+    for (int i = 0; i < int(names.size()); ++i) {
+        if (names.at(i).userType() != QMetaType::QString || names.at(i).toString().isEmpty())
+            return broken("requires", names.at(i));
+    }
     return QString();
+}
+
+QString MivoPluginStamp::name() const
+{
+    return fields.value(QLatin1String("name")).toString();
+}
+
+QString MivoPluginStamp::title() const
+{
+    return fields.value(QLatin1String("title")).toString();
+}
+
+QString MivoPluginStamp::description() const
+{
+    return fields.value(QLatin1String("description")).toString();
+}
+
+QString MivoPluginStamp::author() const
+{
+    return fields.value(QLatin1String("author")).toString();
+}
+
+QStringList MivoPluginStamp::requirements() const
+{
+    return fields.value(QLatin1String("requires")).toStringList();
 }
 
 QString MivoPluginStamp::needed()

@@ -3,7 +3,7 @@
 
 #include "MivoHostGlobal.h"
 
-#include <QString>
+#include <QStringList>
 #include <QVariant>
 
 /**
@@ -36,6 +36,17 @@ public:
      * all fits. A field of another type or shape than mivo_add_plugin() writes never fits.
      */
     QString misfit() const;
+
+    // Empty where the stamp does not say.
+
+    /** What the plug-in was built as; by this name others require it. */
+    QString name() const;
+    /** One line for the user, as are the description and the author. */
+    QString title() const;
+    QString description() const;
+    QString author() const;
+    /** The names of the plug-ins that must be there before this one. */
+    QStringList requirements() const;
 
     /** What this library takes, as the piece of a sentence. */
     static QString needed();

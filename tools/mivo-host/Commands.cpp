@@ -78,9 +78,20 @@ QJsonObject descriptionOf(const QString& file, const MivoPlugin& plugin)
             {"services", services}};
 }
 
-void describe(const QString& file, const MivoPlugin& plugin)
+/** A line on what the stamp says, unless it says nothing. */
+void describe(const char* what, const QString& text)
+{
+    if (!text.isEmpty())
+        Console::out(QString("  %1 %2").arg(what, text));
+}
+
+void describe(const QString& file, const MivoPlugin& plugin, const MivoPluginStamp& stamp)
 {
     Console::out(QString("%1: %2 %3").arg(file, plugin.name(), plugin.version()).trimmed());
+    describe("title:  ", stamp.title());
+    describe("about:  ", stamp.description());
+    describe("author: ", stamp.author());
+    describe("requires:", stamp.requirements().join(", "));
     Console::out(QString("  calls:   %1").arg(orNone(plugin.callSlots())));
     Console::out(QString("  actions: %1").arg(orNone(plugin.actionSlots())));
     const QList<MivoService> services = plugin.services();
@@ -99,7 +110,7 @@ void runPlugins(const Arguments& arguments)
             if (arguments.has(jsonOption.name))
                 loaded.append(descriptionOf(file, *plugin));
             else
-                describe(file, *plugin);
+                describe(file, *plugin, session.host.stampOf(plugin));
         } catch (const Failure& failure) {
             Console::error("mivo-host plugins: " + failure.message());
             refused.append(QJsonObject({{"file", file}, {"reason", failure.message()}}));
