@@ -29,8 +29,9 @@ QList<unsigned long> ScriptedCondition::waits;
 QList<std::function<bool()>> ScriptedCondition::script;
 int ScriptedCondition::wakeUps = 0;
 
-// The library's source once more, on the scripted condition.
+// The library's source once more, on the scripted condition and as a class of its own.
 #define QWaitCondition ScriptedCondition
+#define MivoBuffer ScriptedBuffer
 #include "MivoBuffer.cpp"
 
 class tst_MivoBufferTimeout : public QObject
