@@ -5,7 +5,6 @@
 #include "MivoBuddy.h"
 #include "MivoHostGlobal.h"
 
-#include <QMetaType>
 #include <QObject>
 #include <QtPlugin>
 
@@ -123,7 +122,6 @@ private:
     void shutdownInThread(MivoPlugin* sender, QList<MivoArg>& arguments);
 };
 
-Q_DECLARE_METATYPE(MivoBuddy)
 Q_DECLARE_METATYPE(QList<MivoBuddy>)
 
 #endif

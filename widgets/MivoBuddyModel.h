@@ -79,6 +79,4 @@ private:
     const std::unique_ptr<MivoBuddyModelPrivate> d;
 };
 
-Q_DECLARE_METATYPE(MivoBuddy)
-
 #endif

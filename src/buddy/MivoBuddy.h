@@ -4,6 +4,7 @@
 #include "MivoGlobal.h"
 
 #include <QDebug>
+#include <QMetaType>
 #include <QString>
 
 class MivoBuddyPrivate;
@@ -74,6 +75,7 @@ private:
 };
 
 Q_DECLARE_TYPEINFO(MivoBuddy, Q_MOVABLE_TYPE);
+Q_DECLARE_METATYPE(MivoBuddy)
 
 /** The address of the record, folded to 32 bits: the same on every generation of Qt. */
 MIVO_DATA_EXPORT uint qHash(const MivoBuddy& buddy);

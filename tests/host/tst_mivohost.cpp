@@ -12,6 +12,7 @@
 #include <QtTest>
 
 #include <functional>
+#include <list>
 #include <memory>
 
 Q_DECLARE_METATYPE(MivoArg)
@@ -894,7 +895,9 @@ void MivoHostTest::aPluginThatBlocksForEverIsAbandoned()
         QVERIFY(host.start());
         if (place == "call") {
             auto* const event = new MivoCallSlotEvent;
-            event->wait = new MivoWait; // answered when nobody waits for it
+            static std::list<MivoWait> waits; // answered when nobody waits for it
+            waits.emplace_back();
+            event->wait = &waits.back();
             event->arguments = {MivoArg(QString("call"))};
             event->target = stubborn;
             event->member = &MivoPlugin::callByName;

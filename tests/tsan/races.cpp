@@ -67,6 +67,7 @@ void metasRace()
     MivoBuddyGroup group("group");
     together([&](int round) { group.addMeta(QString::number(round)); },
              [&](int round) { static_cast<void>(group.containsMeta(QString::number(round))); });
+    while (group.removeBuddy(group.buddyAt(0)) > 0) { } // the group holds them by name as well
 }
 
 void backLinkRace()
