@@ -3,7 +3,7 @@
 #   companions  libmivo_core and libmivo_xml, the stand-ins for the messenger's own
 #   data        libmivo_data and the CMake package
 #   host        libmivo_host and the command mivo-host
-#   widgets     libmivo_widgets, where it is built
+#   widgets     libmivo_widgets and mivo-window, where they are built
 #   examples    the plug-ins that mivo-host shows its commands with
 #
 # Headers go flat into include/mivo. Every path is relative to the prefix, which may be moved.
@@ -89,6 +89,14 @@ if(TARGET mivo_widgets)
     mivo_install_pkgconfig(widgets mivo_widgets
         DESCRIPTION "Widgets for the data types of a messenger"
         REQUIRES mivo_data ${mivo_pc_qt}Widgets)
+endif()
+
+if(TARGET mivo-window)
+    install(TARGETS mivo-window RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}" COMPONENT widgets)
+    install(FILES tools/mivo-window/mivo-window.desktop
+        DESTINATION "${CMAKE_INSTALL_DATADIR}/applications" COMPONENT widgets)
+    install(FILES tools/mivo-window/mivo-window.svg
+        DESTINATION "${CMAKE_INSTALL_DATADIR}/icons/hicolor/scalable/apps" COMPONENT widgets)
 endif()
 
 configure_package_config_file(cmake/MivoDataConfig.cmake.in MivoDataConfig.cmake

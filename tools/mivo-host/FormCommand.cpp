@@ -1,6 +1,7 @@
 #include "Commands.h"
 #include "Console.h"
 #include "DisplayText.h"
+#include "FieldValues.h"
 #include "Files.h"
 #include "JsonText.h"
 #include "Session.h"
@@ -14,14 +15,12 @@
 #include <QLocale>
 #include <QSet>
 #include <QVector>
-#include <QXmlStreamReader>
 
 #include <algorithm>
 
 namespace {
 
 const int widestIdColumn = 24;
-const qint64 mostBytesOfValues = qint64(64) << 20;
 
 struct Change
 {
@@ -59,30 +58,6 @@ QString quoted(const QStringList& texts)
 QString numberText(double number)
 {
     return QString::number(number, 'g', QLocale::FloatingPointShortest);
-}
-
-// The values of a file
-
-/** Where the root element's tag ends: where a parser stands when it has found the wrong one. */
-QString rootPosition(const QByteArray& xml)
-{
-    QXmlStreamReader reader(xml);
-    reader.setNamespaceProcessing(false);
-    reader.readNextStartElement();
-    return QString("line %1, column %2").arg(reader.lineNumber()).arg(reader.columnNumber());
-}
-
-MivoXmlNode readValues(const QString& fileName)
-{
-    const QByteArray xml = Files::read(fileName, mostBytesOfValues);
-    QString error;
-    const MivoXmlNode root = MivoXmlNode::parse(xml, &error);
-    if (root.isNull())
-        throw Failure(QString("%1: %2").arg(fileName, error));
-    if (root.name() != "fieldlist")
-        throw Failure(QString("%1: %2: found the root element %3; expected \"fieldlist\"")
-                          .arg(fileName, rootPosition(xml), quoted(root.name())));
-    return root;
 }
 
 // The fields of a form
@@ -397,7 +372,7 @@ void runForm(const Arguments& arguments)
 {
     const QList<Change> changes = changesFrom(arguments.values("--set"));
     const MivoXmlNode values
-        = arguments.has("--load") ? readValues(arguments.value("--load")) : MivoXmlNode();
+        = arguments.has("--load") ? FieldValues::read(arguments.value("--load")) : MivoXmlNode();
 
     Session session(outputOf(arguments));
     MivoPlugin* const plugin = loadPlugins(session, arguments);
@@ -418,5 +393,5 @@ void runForm(const Arguments& arguments)
         click(session, buttons);
     Console::requireWritten();
     if (arguments.has("--save"))
-        Files::write(arguments.value("--save"), MivoField::toXml(withoutLaterOnes(fields)).toXml());
+        FieldValues::write(arguments.value("--save"), withoutLaterOnes(fields));
 }

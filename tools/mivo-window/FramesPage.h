@@ -1,0 +1,49 @@
+#ifndef FRAMESPAGE_H
+#define FRAMESPAGE_H
+
+#include "Session.h"
+
+#include <QTimer>
+#include <QWidget>
+
+class MivoFrameWidget;
+class QLabel;
+class QPushButton;
+
+/** Shows frames on their way from the plug-in that makes them to the one that checks them. */
+class FramesPage : public QWidget
+{
+    Q_OBJECT
+
+public:
+    explicit FramesPage(Session& session, QWidget* parent = nullptr);
+
+    /** Whether a frame has been shown. */
+    bool isFilled() const;
+
+public Q_SLOTS:
+    void start();
+    void stop();
+
+Q_SIGNALS:
+    void failed(const QString& message);
+    void filled();
+
+private:
+    void takePlugins();
+    void next();
+    void show(const CallAnswer& answer);
+    void describe();
+
+    Session& session;
+    PluginInfo producer;
+    PluginInfo consumer;
+    MivoFrameWidget* const widget;
+    QPushButton* const button;
+    QLabel* const status;
+    QTimer timer;
+    bool runs = false;
+    bool isAsked = false; ///< for a frame
+};
+
+#endif

@@ -1,0 +1,137 @@
+#include "ExamplePlugins.h"
+#include "Failure.h"
+#include "Files.h"
+#include "MainWindow.h"
+
+#include <MivoGlobal.h>
+
+#include <QApplication>
+#include <QBuffer>
+#include <QCommandLineParser>
+#include <QDeadlineTimer>
+#include <QSettings>
+#include <QTextStream>
+#include <QThread>
+
+#include <cstdlib>
+
+namespace {
+
+const int pictureBoundMs = 30000;
+
+void tell(const QString& message)
+{
+    QTextStream(stderr) << "mivo-window: " << message << '\n';
+}
+
+/** Whether an argument is there before there is an application that could read them. */
+bool hasArgument(int argc, char** argv, const char* name)
+{
+    const QByteArray wanted(name);
+    for (int i = 1; i < argc; ++i) {
+        const QByteArray argument(argv[i]);
+        if (argument == wanted || argument.startsWith(wanted + '='))
+            return true;
+    }
+    return false;
+}
+
+/** Shows the window without a display until it is filled, and writes a picture of it. */
+void writePicture(MainWindow& window, const QString& file)
+{
+    window.resize(900, 700);
+    window.show();
+    const QDeadlineTimer deadline(pictureBoundMs);
+    while (!window.isFilled()) {
+        if (deadline.hasExpired())
+            throw Failure(
+                QString("nothing came to be shown within %1 s").arg(pictureBoundMs / 1000));
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 100);
+    }
+    QCoreApplication::processEvents();
+    QByteArray png;
+    QBuffer buffer(&png);
+    buffer.open(QIODevice::WriteOnly);
+    if (!window.grab().save(&buffer, "PNG"))
+        throw Failure(QString("%1: the picture cannot be made").arg(file));
+    Files::write(file, png);
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    const bool isQuestion = hasArgument(argc, argv, "--help") || hasArgument(argc, argv, "-h")
+        || hasArgument(argc, argv, "--version") || hasArgument(argc, argv, "-v");
+    const bool isPicture = hasArgument(argc, argv, "--picture");
+    if (isQuestion || isPicture) {
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+    } else if (qEnvironmentVariableIsEmpty("DISPLAY")
+               && qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY")
+               && qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) {
+        tell("there is no display; \"mivo-window --picture FILE.png FILE...\" makes a picture "
+             "without one.");
+        return 1;
+    }
+
+    QApplication application(argc, argv);
+    QThread::currentThread()->setObjectName("window"); // as the log calls it
+    QCoreApplication::setOrganizationName("Mivo");
+    QCoreApplication::setApplicationName("mivo-window");
+    QCoreApplication::setApplicationVersion(MIVO_VERSION_STR);
+    QGuiApplication::setDesktopFileName("mivo-window");
+    QApplication::setWindowIcon(QIcon::fromTheme("mivo-window"));
+
+    QCommandLineParser parser;
+    parser.setApplicationDescription("Loads plug-ins and shows all that they offer.");
+    parser.addHelpOption();
+    parser.addVersionOption();
+    parser.addPositionalArgument("FILE", "A plug-in to open.", "[FILE...]");
+    const QCommandLineOption examples("examples", "Open the example plug-ins too.");
+    const QCommandLineOption contacts("contacts", "Read contacts from the server export <FILE>.",
+                                      "FILE");
+    const QCommandLineOption page(
+        "page", QString("Show <PAGE> first: %1.").arg(MainWindow::pageNames().join(", ")), "PAGE",
+        "contacts");
+    const QCommandLineOption picture(
+        "picture", "Write a picture of the page to <FILE>, without a display.", "FILE");
+    parser.addOptions({examples, contacts, page, picture});
+    parser.process(application);
+
+    if (isPicture) // nobody's own settings
+        QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, "/nonexistent");
+    {
+        MainWindow window;
+        try {
+            QStringList files;
+            if (parser.isSet(examples)) {
+                for (const char* const name : {"echo", "settings", "roster", "frames_consumer",
+                                               "frames_producer"})
+                    files.append(examplePlugin(name));
+            }
+            window.open(files + parser.positionalArguments());
+            if (parser.isSet(contacts))
+                window.readContacts(parser.value(contacts));
+            if (!window.showPage(parser.value(page))) {
+                tell(QString("there is no page \"%1\"; expected one of %2.")
+                         .arg(parser.value(page), MainWindow::pageNames().join(", ")));
+                return 2;
+            }
+            if (isPicture) {
+                writePicture(window, parser.value(picture));
+                return 0;
+            }
+        } catch (const Failure& failure) {
+            tell(failure.message());
+            return 1;
+        }
+        window.show();
+        QApplication::exec();
+        if (window.isCalling()) {
+            // Nobody waits for what a plug-in still does in a window that is closed.
+            QSettings().sync();
+            std::_Exit(0);
+        }
+    }
+    return 0;
+}
