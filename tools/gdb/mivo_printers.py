@@ -159,28 +159,16 @@ def entries(address, value_size):
     return [(key, key + key_size) for key in found]
 
 
+def vector(address, size):
+    """The addresses of the elements of the standard library's vector."""
+    begin, end = unsigned(address), unsigned(address + 8)
+    return [begin + i * size for i in range(count((end - begin) // size, "a vector's length"))]
+
+
 def pairs(address):
-    """The addresses of keys and values of a map from strings to strings, in order."""
-    header = unsigned(address)
-    if header == 0:
-        return []
-    if is_qt6():  # the standard library's tree, with the colour in front
-        length, root, left, key = unsigned(header + 48), unsigned(header + 24), 16, 32
-    else:
-        length, root, left, key = signed(header + 4), unsigned(header + 16), 8, 24
-    count(length, "a map's length")
-    found, waiting, node = [], [], root
-    while waiting or node:
-        if len(waiting) + len(found) > length:
-            raise Broken("a map that is larger than its length of %d" % length)
-        if node:
-            waiting.append(node)
-            node = unsigned(node + left)
-        else:
-            node = waiting.pop()
-            found.append((node + key, node + key + gdb.lookup_type("QString").sizeof))
-            node = unsigned(node + left + 8)
-    return found
+    """The addresses of the names and values of an element's attributes, in order."""
+    text = gdb.lookup_type("QString").sizeof
+    return [(place, place + text) for run in vector(address, 24) for place in vector(run, 2 * text)]
 
 
 # --- Layouts --------------------------------------------------------------------------------------
@@ -256,7 +244,7 @@ LAYOUTS = {
     # A piece of text ends behind the flag.
     "xml": Layout(
         "previous:pointer next:pointer text:string isElement:bool ref:int parent:pointer "
-        "first:pointer last:pointer attributes:pointer"),
+        "first:pointer last:pointer attributes:word"),
     "ring": Layout("vtable:pointer buffers:vector nextIndex:int count:int size:int"),
 }
 
