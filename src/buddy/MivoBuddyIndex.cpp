@@ -117,16 +117,22 @@ void MivoBuddyIndex::follow(const Members& list)
         return;
     }
     try {
-        for (int i = length; i < list.size(); ++i)
-            enter(list, i);
+        for (int i = length; i < list.size(); ++i) {
+            if (!enter(list, i)) {
+                giveUp(); // if it was not put there again, it has changed places with a new one
+                return;
+            }
+        }
     } catch (const std::bad_alloc&) {
         giveUp();
     }
 }
 
-/** Enters the member at @p i, which is behind all that are known. May throw, being of no use then.
+/**
+ * Enters the member at @p i, which is behind all that are known; answers false if it was known. May
+ * throw, being of no use then.
  */
-void MivoBuddyIndex::enter(const Members& list, int i)
+bool MivoBuddyIndex::enter(const Members& list, int i)
 {
     const MivoBuddyPrivate* const record = MivoBuddyPrivate::get(list.at(i));
     if (3 * static_cast<std::size_t>(i + 1) > 2 * slots.size())
@@ -141,13 +147,14 @@ void MivoBuddyIndex::enter(const Members& list, int i)
     for (; slots[free].place != nowhere; free = (free + 1) & mask) {
         if (slots[free].record == record) {
             hasTwins = true;
-            return;
+            return false;
         }
     }
     slots[free].record = record;
     slots[free].place = placeOf(i);
     if (isNested(list.at(i)))
         nested.push_back(record);
+    return true;
 }
 
 void MivoBuddyIndex::resize(std::size_t count)

@@ -72,7 +72,7 @@ private:
 
     void make(const Members& list);
     void follow(const Members& list);
-    void enter(const Members& list, int i);
+    bool enter(const Members& list, int i);
     void resize(std::size_t count);
     bool erase(const MivoBuddy& member);
     std::size_t homeOf(const MivoBuddyPrivate* record) const;

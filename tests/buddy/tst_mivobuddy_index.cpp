@@ -248,6 +248,7 @@ private Q_SLOTS:
     void anEntryInAnothersPlaceIsFoundInAShortList();
     void whatLeftALongListUnnoticedIsNotFound();
     void whatWasExchangedInALongListIsFound();
+    void whatWasAppendedAndExchangedInALongListIsFound();
     void aNewEntryAtTheAddressOfAFreedOneIsTaken();
     void whatAHostAppendedIsFoundAfterSorting_data();
     void whatAHostAppendedIsFoundAfterSorting();
@@ -315,6 +316,18 @@ void tst_MivoBuddyIndex::whatWasExchangedInALongListIsFound()
     QCOMPARE(filled.group.removeBuddy(member), 1);
     QVERIFY(!filled.members().contains(member));
     QVERIFY(agreesWithItsList(filled.group, {member}));
+}
+
+void tst_MivoBuddyIndex::whatWasAppendedAndExchangedInALongListIsFound()
+{
+    FilledGroup filled(many);
+    QVERIFY(agreesWithItsList(filled.group, {makeContact("d")})); // an index is there
+    const MivoBuddyContact fresh = makeContact("e");
+    filled.members() << fresh;
+    filled.members().swapItemsAt(many / 2, many);
+    QVERIFY(filled.group.containsBuddy(fresh));
+    QVERIFY(!filled.group.addBuddy(fresh));
+    QVERIFY(agreesWithItsList(filled.group, {}));
 }
 
 void tst_MivoBuddyIndex::aNewEntryAtTheAddressOfAFreedOneIsTaken()
