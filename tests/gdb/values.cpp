@@ -117,7 +117,10 @@ struct Values
     MivoBuddyTemporary temporary;
     MivoBuddy noBuddy;
     MivoBuddyGroup rest;
-    MivoField combo{"Colour", "colour", QStringList() << "red" << "blue", 1, QString()};
+    MivoField combo{"Colour", "colour",
+                    QStringList() << "red"
+                                  << "blue",
+                    1, QString()};
     MivoField check{MivoField::CheckBox, "Sound", "sound", true, QString()};
     MivoField line{MivoField::LineEdit, "Name", "name", "Ann", 20, "you"};
     MivoField secret{password, "Password", "password", "1234", 20, "you"};
