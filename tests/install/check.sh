@@ -103,7 +103,7 @@ step_symbols() {
         foreign=$(nm -DC --defined-only "$library" | cut -c20- | grep -Ev \
             -e '^((non-)?virtual thunk to |guard variable for )?Mivo[A-Za-z]*(::|\()' \
             -e '^(vtable|typeinfo|typeinfo name) for Mivo' \
-            -e '^(mivo_[a-z_]+|qHash|operator<<|swap|buddyLessThan|groupLessThan)\(.*' \
+            -e '^(mivo_[a-z_]+|mivo[A-Z][A-Za-z]*|qHash|operator<<|swap|buddyLessThan|groupLessThan)\(.*' \
             -e '^qt_plugin_' || true)
         [[ -z $foreign ]] || fail "$library exports what is not the project's:" "$foreign"
         ! readelf -d "$library" | grep NEEDED | grep -E 'Qt[0-9]*Xml' \
@@ -215,8 +215,9 @@ step_courier() {
     grep -q '"interface": 7,' "$build/courier_stamp/mivo_plugin.json" \
         || fail "the stamp is not that of the messenger's own interface"
     # A host that does not have that interface says so.
-    "$moved/bin/mivo-host" plugins "$build/courier.so" |& grep -F 'found a plug-in for interface 7;' \
+    ! "$moved/bin/mivo-host" plugins "$build/courier.so" &>"$build/refusal" \
         || fail "the plug-in was not refused"
+    grep -F 'found a plug-in for interface 7;' "$build/refusal" || fail "the refusal does not say why"
     if cmake -G Ninja -S "$source_dir/tests/install/courier" -B "$build" -DHOSTLESS=ON &>"$build/log"; then
         fail "a plug-in without a host was configured"
     fi
