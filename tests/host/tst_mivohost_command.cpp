@@ -422,23 +422,27 @@ void MivoHostCommandTest::outputThatCannotBeWrittenIsAnError_data()
     const QString full("standard output cannot be written: No space left on device\n");
     const QString pipe("standard output cannot be written: Broken pipe\n");
     const QString closed("standard output cannot be written: Bad file descriptor\n");
-    QTest::newRow("plugins") << "$1 plugins $2 >/dev/full" << echo << "mivo-host plugins: " + full;
-    QTest::newRow("call") << "$1 call $2 thread >/dev/full" << echo << "mivo-host call: " + full;
-    QTest::newRow("action") << "$1 action $2 record >/dev/full" << echo
+    QTest::newRow("plugins") << "\"$1\" plugins \"$2\" >/dev/full" << echo
+                             << "mivo-host plugins: " + full;
+    QTest::newRow("call") << "\"$1\" call \"$2\" thread >/dev/full" << echo
+                          << "mivo-host call: " + full;
+    QTest::newRow("action") << "\"$1\" action \"$2\" record >/dev/full" << echo
                             << "mivo-host action: " + full;
-    QTest::newRow("form") << "$1 form $2 >/dev/full" << settings << "mivo-host form: " + full;
-    QTest::newRow("roster") << "$1 roster $2 >/dev/full" << QString(ROSTERS_FIXTURE)
+    QTest::newRow("form") << "\"$1\" form \"$2\" >/dev/full" << settings
+                          << "mivo-host form: " + full;
+    QTest::newRow("roster") << "\"$1\" roster \"$2\" >/dev/full" << QString(ROSTERS_FIXTURE)
                             << "mivo-host roster: " + full;
-    QTest::newRow("demo") << "$1 demo >/dev/full" << QString() << "mivo-host demo: " + full;
-    QTest::newRow("frames") << "$1 frames --seconds 600 >/dev/full" << QString()
+    QTest::newRow("demo") << "\"$1\" demo >/dev/full" << QString() << "mivo-host demo: " + full;
+    QTest::newRow("frames") << "\"$1\" frames --seconds 600 >/dev/full" << QString()
                             << "mivo-host frames: " + full;
-    QTest::newRow("help") << "$1 --help >/dev/full" << QString() << "mivo-host: " + full;
+    QTest::newRow("help") << "\"$1\" --help >/dev/full" << QString() << "mivo-host: " + full;
     QTest::newRow("help of a command")
-        << "$1 call -h >/dev/full" << QString() << "mivo-host: " + full;
-    QTest::newRow("version") << "$1 --version >/dev/full" << QString() << "mivo-host: " + full;
+        << "\"$1\" call -h >/dev/full" << QString() << "mivo-host: " + full;
+    QTest::newRow("version") << "\"$1\" --version >/dev/full" << QString() << "mivo-host: " + full;
     QTest::newRow("a pipe that nobody reads")
-        << "exec 9> >(:); wait $!; $1 form $2 >&9" << settings << "mivo-host form: " + pipe;
-    QTest::newRow("closed") << "$1 call $2 thread >&-" << echo << "mivo-host call: " + closed;
+        << "exec 9> >(:); wait $!; \"$1\" form \"$2\" >&9" << settings << "mivo-host form: " + pipe;
+    QTest::newRow("closed") << "\"$1\" call \"$2\" thread >&-" << echo
+                            << "mivo-host call: " + closed;
 }
 
 void MivoHostCommandTest::outputThatCannotBeWrittenIsAnError()

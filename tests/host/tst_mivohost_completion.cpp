@@ -106,7 +106,7 @@ void MivoHostCompletionTest::bashProposesIt_data()
 {
     QTest::addColumn<QString>("line");
     QTest::addColumn<QStringList>("proposals");
-    const QString echo = ECHO_PLUGIN;
+    const QString echo = "folder/echo.so"; // its own folder may have a blank in its name
     QTest::newRow("command") << "mivo-host ro" << QStringList("roster");
     QTest::newRow("option") << "mivo-host call --wi" << QStringList("--with");
     QTest::newRow("slot") << "mivo-host call " + echo + " s" << QStringList({"startTimer", "sum"});
@@ -125,6 +125,7 @@ void MivoHostCompletionTest::bashProposesIt()
     QFETCH(QStringList, proposals);
     const QTemporaryDir folder;
     QVERIFY(QDir(folder.path()).mkdir("folder"));
+    QVERIFY(QFile::link(ECHO_PLUGIN, folder.filePath("folder/echo.so")));
     for (const char* name : {"a.so", "b.xml"}) {
         QFile file(folder.filePath(name));
         QVERIFY(file.open(QIODevice::WriteOnly));
