@@ -77,7 +77,7 @@ step_library() {
 # compiles alone, without a warning.
 step_headers() {
     local header flags=()
-    diff <(find "$source_dir"/{companion,src,host,widgets} -name '*.h' ! -path '*/widgets/*_p.h' \
+    diff <(find "$source_dir"/{companion,src,host,widgets} -name '*.h' ! -path "$source_dir/widgets/*_p.h" \
             -printf '%f\n' | grep -vxE 'MivoBuddy(Container|Index)_p\.h' | sort) \
         <(cd "$moved/include/mivo" && printf '%s\n' *.h | sort) \
         || fail "the installed headers are not those of the project"
