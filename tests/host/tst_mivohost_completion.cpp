@@ -152,7 +152,8 @@ void MivoHostCompletionTest::theManualNamesAllCommandsAndOptions()
     QVERIFY(file.open(QIODevice::ReadOnly));
     const QString page = QString::fromUtf8(file.readAll()).replace("\\-", "-");
     for (const char* text :
-         {".TH MIVO-HOST 1 ", ".SS call FILE SLOT [KIND:VALUE...] [--with FILE...] ", ".SS demo\n",
+         {".TH MIVO-HOST 1 ", "\n\\fBmivo-host\\fR \\fB--help\\fR [\\fICOMMAND\\fR]\n",
+          ".SS call FILE SLOT [KIND:VALUE...] [--with FILE...] ", ".SS demo\n",
           "\n.B --save out.xml\nwrites the values", "\n.B --json\n", "KIND:VALUE is one of: none, ",
           ".SH EXIT STATUS\n0, 1 "})
         QVERIFY2(page.contains(text), text);

@@ -132,7 +132,10 @@ step_cmake() {
     run_viewer "$work/viewer/viewer"
     ! grep -q "Qt${qt}Widgets_DIR" "$work/consumer/CMakeCache.txt" \
         || fail "QtWidgets is looked for without need"
-    grep -q '^\.TH MIVO' "$moved/share/man/man1/mivo-host.1" || fail "there is no manual page"
+    for program in mivo-host mivo-window; do
+        grep -q '^\.TH MIVO' "$moved/share/man/man1/$program.1" \
+            || fail "there is no manual page of $program"
+    done
     [[ -s $moved/share/bash-completion/completions/mivo-host \
         && -s $moved/share/zsh/site-functions/_mivo-host ]] || fail "there is no completion"
     rm -rf "$work/refused"

@@ -41,6 +41,31 @@ QString usage()
     return text;
 }
 
+QString manual()
+{
+    ManPage page("mivo-host", "load plug-ins and call them");
+    page.addSynopsis({"COMMAND [ARGUMENT...]", "--help [COMMAND]", "--version"});
+    page.addSection("DESCRIPTION");
+    page.addText(
+        "Loads plug-ins of a messenger and calls them, each in a thread of its own. Options may "
+        "stand anywhere among a command's arguments, as --option VALUE or --option=VALUE; one that "
+        "takes several values takes all that follow it up to the next option, but one alone with = "
+        "and before the arguments that the command needs. Arguments after -- are no options.");
+    page.addSection("COMMANDS");
+    for (const Command& command : commands()) {
+        page.addSubsection(CommandLine::synopsis(command));
+        page.addText(command.help);
+        if (command.details)
+            page.addText(command.details);
+        const QList<CommandLine::OptionHelp> options = CommandLine::optionHelps(command);
+        for (const CommandLine::OptionHelp& option : options)
+            page.addOption(option.usage, option.help);
+    }
+    page.addSection("EXIT STATUS");
+    page.addText("0, 1 when the command failed, 2 for wrong usage.");
+    return page.text();
+}
+
 const Command* findCommand(const QString& name)
 {
     for (const Command& command : commands()) {
@@ -112,7 +137,7 @@ int run(const QStringList& arguments)
     if (name == "--version")
         return show("mivo-host " MIVO_VERSION_STR);
     if (name == "--man")
-        return show(manPage());
+        return show(manual());
     return command ? run(*command, arguments.mid(1)) : refuse(name);
 }
 

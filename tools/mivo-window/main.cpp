@@ -2,6 +2,7 @@
 #include "Failure.h"
 #include "Files.h"
 #include "MainWindow.h"
+#include "ManPage.h"
 
 #include <MivoGlobal.h>
 
@@ -22,6 +23,50 @@ const int pictureBoundMs = 30000;
 void tell(const QString& message)
 {
     QTextStream(stderr) << "mivo-window: " << message << '\n';
+}
+
+/** What the window understands besides the files of plug-ins. */
+struct Options
+{
+    const QCommandLineOption examples{"examples", "Open the example plug-ins too."};
+    const QCommandLineOption contacts{"contacts", "Read contacts from the server export <FILE>.",
+                                      "FILE"};
+    const QCommandLineOption page{
+        "page", QString("Show <PAGE> first: %1.").arg(MainWindow::pageNames().join(", ")), "PAGE",
+        "contacts"};
+    const QCommandLineOption picture{
+        "picture", "Write a picture of the page to <FILE>, without a display.", "FILE"};
+
+    QList<QCommandLineOption> all() const { return {examples, contacts, page, picture}; }
+};
+
+const char description[] = "Loads plug-ins and shows all that they offer.";
+const char filesHelp[] = "A plug-in to open.";
+
+/** Writes the manual page, made of what --help is made of. */
+void writeManual()
+{
+    QCommandLineParser parser;
+    ManPage page("mivo-window", "a window on the plug-ins of a messenger");
+    page.addSynopsis({"[OPTION...] [FILE...]", "--help", "--version"});
+    page.addSection("DESCRIPTION");
+    page.addText(description);
+    page.addSection("OPTIONS");
+    page.addOption("FILE", filesHelp);
+    const QList<QCommandLineOption> options
+        = QList<QCommandLineOption>({parser.addHelpOption(), parser.addVersionOption()})
+        + Options().all();
+    for (const QCommandLineOption& option : options) {
+        QStringList names;
+        const QStringList known = option.names();
+        for (const QString& name : known)
+            names.append((name.size() == 1 ? "-" : "--") + name);
+        page.addOption((names.join(", ") + ' ' + option.valueName()).trimmed(),
+                       option.description());
+    }
+    page.addSection("EXIT STATUS");
+    page.addText("0, 1 when something failed, 2 for a page that there is not.");
+    QTextStream(stdout) << page.text() << '\n';
 }
 
 /** Whether an argument is there before there is an application that could read them. */
@@ -61,6 +106,10 @@ void writePicture(MainWindow& window, const QString& file)
 
 int main(int argc, char** argv)
 {
+    if (hasArgument(argc, argv, "--man")) {
+        writeManual();
+        return 0;
+    }
     const bool isQuestion = hasArgument(argc, argv, "--help") || hasArgument(argc, argv, "-h")
         || hasArgument(argc, argv, "--version") || hasArgument(argc, argv, "-v");
     const bool isPicture = hasArgument(argc, argv, "--picture");
@@ -83,19 +132,12 @@ int main(int argc, char** argv)
     QApplication::setWindowIcon(QIcon::fromTheme("mivo-window"));
 
     QCommandLineParser parser;
-    parser.setApplicationDescription("Loads plug-ins and shows all that they offer.");
+    parser.setApplicationDescription(description);
     parser.addHelpOption();
     parser.addVersionOption();
-    parser.addPositionalArgument("FILE", "A plug-in to open.", "[FILE...]");
-    const QCommandLineOption examples("examples", "Open the example plug-ins too.");
-    const QCommandLineOption contacts("contacts", "Read contacts from the server export <FILE>.",
-                                      "FILE");
-    const QCommandLineOption page(
-        "page", QString("Show <PAGE> first: %1.").arg(MainWindow::pageNames().join(", ")), "PAGE",
-        "contacts");
-    const QCommandLineOption picture(
-        "picture", "Write a picture of the page to <FILE>, without a display.", "FILE");
-    parser.addOptions({examples, contacts, page, picture});
+    parser.addPositionalArgument("FILE", filesHelp, "[FILE...]");
+    const Options options;
+    parser.addOptions(options.all());
     parser.process(application);
 
     if (isPicture) // nobody's own settings
@@ -104,21 +146,21 @@ int main(int argc, char** argv)
         MainWindow window;
         try {
             QStringList files;
-            if (parser.isSet(examples)) {
-                for (const char* const name : {"echo", "settings", "roster", "frames_consumer",
-                                               "frames_producer"})
+            if (parser.isSet(options.examples)) {
+                for (const char* const name :
+                     {"echo", "settings", "roster", "frames_consumer", "frames_producer"})
                     files.append(examplePlugin(name));
             }
             window.open(files + parser.positionalArguments());
-            if (parser.isSet(contacts))
-                window.readContacts(parser.value(contacts));
-            if (!window.showPage(parser.value(page))) {
+            if (parser.isSet(options.contacts))
+                window.readContacts(parser.value(options.contacts));
+            if (!window.showPage(parser.value(options.page))) {
                 tell(QString("there is no page \"%1\"; expected one of %2.")
-                         .arg(parser.value(page), MainWindow::pageNames().join(", ")));
+                         .arg(parser.value(options.page), MainWindow::pageNames().join(", ")));
                 return 2;
             }
             if (isPicture) {
-                writePicture(window, parser.value(picture));
+                writePicture(window, parser.value(options.picture));
                 return 0;
             }
         } catch (const Failure& failure) {
