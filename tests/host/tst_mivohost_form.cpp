@@ -599,7 +599,7 @@ void MivoHostFormTest::fileNamesNeedNotBeUtf8()
     const QString line = "cd \"$1\" && name=$'caf\\xe9 \\xff.xml' && "
                          "\"$2\" form \"$3\" --set nickname=Zoe --save \"$name\" >/dev/null && "
                          "cat \"$name\" >/dev/null && \"$2\" form --load=\"$name\" \"$3\" && "
-                         "\"$2\" form \"$3\" --load \"no such $name\"";
+                         "rm \"$name\" && \"$2\" form \"$3\" --load \"no such $name\"";
     const Outcome outcome
         = outcomeOf("bash", {"-c", line, "bash", folder->path(), MIVO_HOST, settings});
     QVERIFY2(outcome.out.contains("Nickname: \"Zoe\""), qPrintable(outcome.out));

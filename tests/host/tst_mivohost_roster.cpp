@@ -655,7 +655,9 @@ void MivoHostRosterTest::theNameOfAnExportNeedNotBeUtf8()
         return outcomeOf(
             "bash",
             {"-c",
-             "cd \"$1\" && cp \"$2\" $'caf\\xe9.xml' && exec \"$3\" roster \"$4\" $'" + bytes + "'",
+             "cd \"$1\" && trap \"rm $'caf\\xe9.xml'\" EXIT && cp \"$2\" $'caf\\xe9.xml' && "
+             "\"$3\" roster \"$4\" $'"
+                 + bytes + "'",
              "bash", folder.path(), name, MIVO_HOST, plugin});
     };
     Outcome outcome = rosterUnder("caf\\xe9.xml");

@@ -13,7 +13,7 @@
 
 namespace {
 
-const int patienceMs = 5000;
+const int patienceMs = 60000; // far more than a loaded machine takes
 
 /** Lets the plug-ins' lines appear among the host's own, each with the thread that it comes from. */
 class SpokenLog
