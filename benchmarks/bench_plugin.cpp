@@ -188,10 +188,11 @@ void postToAnotherThread(benchmark::State& state)
 void callSlotInOneThread(benchmark::State& state)
 {
     Target target;
+    QThread* const thread = target.thread();
     const QList<MivoArg> arguments = someArguments();
     for (auto _ : state) {
-        const QList<MivoArg> answer = MivoWait::callSlot(&target, Target::slot(), nullptr,
-                                                         arguments, QThread::currentThread());
+        const QList<MivoArg> answer
+            = MivoWait::callSlot(&target, Target::slot(), nullptr, arguments, thread);
         benchmark::DoNotOptimize(&answer);
     }
 }

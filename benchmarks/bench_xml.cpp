@@ -259,7 +259,7 @@ void addRows()
         .ours(memoryOfReading)
         .peer("QXmlStreamReader into structs", memoryOfReadingPlainly)
         .counted(bench::Counted::Bytes)
-        .sizes({10000})
+        .sizes({1000, 10000})
         .per("field")
         .goal(3.0);
 }

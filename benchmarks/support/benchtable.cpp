@@ -164,8 +164,11 @@ void printPlot(QTextStream& out, const QString& file, const QJsonArray& rows)
         const QJsonObject row = element.toObject();
         if (!row.contains("size") || !row.contains("per"))
             continue;
+        const bool isBytes = row["unit"].toString() == "B";
+        const double unit = isBytes ? 1 : 1e-9;
         const QString name
-            = QString("%1 [ns per %2]").arg(row["name"].toString(), row["per"].toString());
+            = QString("%1 [%2 per %3]")
+                  .arg(row["name"].toString(), isBytes ? "B" : "ns", row["per"].toString());
         if (!names.contains(name)) {
             if (!names.isEmpty())
                 data += "EOD\n";
@@ -174,8 +177,8 @@ void printPlot(QTextStream& out, const QString& file, const QJsonArray& rows)
         }
         data += QString("%1 %2 %3\n")
                     .arg(row["size"].toInt())
-                    .arg(1e9 * figureOf(row, "ours"))
-                    .arg(row.contains("peer") ? QString::number(1e9 * figureOf(row, "peer"))
+                    .arg(figureOf(row, "ours") / unit)
+                    .arg(row.contains("peer") ? QString::number(figureOf(row, "peer") / unit)
                                               : "NaN");
     }
     if (names.isEmpty()) {

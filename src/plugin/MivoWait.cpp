@@ -14,6 +14,15 @@ namespace {
 
 const unsigned long callSlotTimeoutMs = 30000;
 
+/** callSlot() in the thread of @p target. */
+QList<MivoArg> callHere(MivoPlugin* target, MivoCallSlotEvent::Member member, MivoPlugin* sender,
+                        const QList<MivoArg>& arguments)
+{
+    QList<MivoArg> answer = arguments;
+    (target->*member)(sender, answer);
+    return answer;
+}
+
 /** callSlot() into another thread. */
 QList<MivoArg> callPosted(MivoPlugin* target, MivoCallSlotEvent::Member member, MivoPlugin* sender,
                           const QList<MivoArg>& arguments, QThread* thread)
@@ -91,9 +100,7 @@ QList<MivoArg> MivoWait::callSlot(MivoPlugin* target, MivoCallSlotEvent::Member 
                                   MivoPlugin* sender, const QList<MivoArg>& arguments,
                                   QThread* thread)
 {
-    if (QThread::currentThread() != thread)
-        return callPosted(target, member, sender, arguments, thread);
-    QList<MivoArg> answer = arguments;
-    (target->*member)(sender, answer);
-    return answer;
+    return QThread::currentThread() == thread
+        ? callHere(target, member, sender, arguments)
+        : callPosted(target, member, sender, arguments, thread);
 }
