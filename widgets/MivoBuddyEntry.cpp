@@ -188,11 +188,9 @@ void MivoBuddyEntry::append(std::unique_ptr<MivoBuddyEntry> child)
 template <class Container>
 void MivoBuddyEntry::copyMembers(const Container& container)
 {
-    const int count = container.childCount();
-    children.reserve(std::size_t(std::max(count, 0)));
-    for (int i = 0; i < count; ++i) {
-        // Invalid where another thread has made the container shorter meanwhile.
-        const MivoBuddy member = container.buddyAt(i);
+    const QList<MivoBuddy> members = container.buddies();
+    children.reserve(std::size_t(members.size()));
+    for (const MivoBuddy& member : members) {
         if (member.isValid())
             append(std::make_unique<MivoBuddyEntry>(member, rank));
     }

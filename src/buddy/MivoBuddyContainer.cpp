@@ -207,6 +207,14 @@ int MivoBuddyContainer::count() const
     return static_cast<int>(children->size());
 }
 
+QList<MivoBuddy> MivoBuddyContainer::members() const
+{
+    if (!isValid())
+        return QList<MivoBuddy>();
+    const QMutexLocker locker(lock);
+    return *children;
+}
+
 void MivoBuddyContainer::sort()
 {
     if (!isValid())
@@ -235,6 +243,65 @@ void MivoBuddyContainer::addNewMeta(QHash<QString, MivoBuddyMeta>& metas, const 
         throw;
     }
     MivoBuddyPrivate::get(meta)->setBackLink(*self);
+}
+
+void MivoBuddyContainer::clear(QHash<QString, MivoBuddyMeta>* metas)
+{
+    if (!isValid())
+        return;
+    // Released after the lock, all of them; the reference may lead into a member's back-link.
+    const MivoBuddy container(*self); // NOLINT(performance-unnecessary-copy-initialization)
+    Taken taken;
+    {
+        const QMutexLocker locker(lock);
+        takeAll(container, metas, taken);
+    }
+    if (container.getType() != MivoBuddy::Group)
+        return;
+    // One after the other, with no other container's lock held.
+    for (int i = 0; i < taken.members.size(); ++i) {
+        const MivoBuddy& member = taken.members.at(i);
+        if (member.getType() == MivoBuddy::Meta)
+            MivoBuddyContainer(member).clearUnlessInGroup();
+    }
+}
+
+/** Clears a meta-contact that is in no group: somebody may have added it to one meanwhile. */
+void MivoBuddyContainer::clearUnlessInGroup()
+{
+    if (!isValid())
+        return;
+    Taken taken;
+    const QMutexLocker locker(lock);
+    if (!MivoBuddyPrivate::get(*self)->backLinkAddress())
+        takeAll(*self, nullptr, taken);
+}
+
+/**
+ * Takes everything out, under the container's lock: who adds an entry here again does so after its
+ * back-link has been cleared.
+ */
+void MivoBuddyContainer::takeAll(const MivoBuddy& container, QHash<QString, MivoBuddyMeta>* metas,
+                                 Taken& taken)
+{
+    {
+        const QMutexLocker childrenLocker(childrenMutex);
+        children->swap(taken.members);
+        if (metas)
+            metas->swap(taken.metas);
+        index->reset();
+    }
+    const auto clearLink = [&container](const MivoBuddy& entry) {
+        if (MivoBuddyPrivate* const record = MivoBuddyPrivate::get(entry))
+            record->replaceBackLink(container, MivoBuddy());
+    };
+    for (int i = 0; i < taken.members.size(); ++i)
+        clearLink(taken.members.at(i));
+    // Those that have left the members before may still lead here.
+    const QHash<QString, MivoBuddyMeta>::const_iterator end = taken.metas.constEnd();
+    for (QHash<QString, MivoBuddyMeta>::const_iterator meta = taken.metas.constBegin(); meta != end;
+         ++meta)
+        clearLink(meta.value());
 }
 
 bool MivoBuddyContainer::contains(const MivoBuddy& entry) const

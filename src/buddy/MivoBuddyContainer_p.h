@@ -40,7 +40,14 @@ public:
     MivoBuddy takeAt(int i);
     MivoBuddy at(int i) const;
     int count() const;
+    QList<MivoBuddy> members() const;
     void sort();
+    /**
+     * Takes all members out, and clears the back-links that lead here. Those of a group's
+     * meta-contacts go as well, unless the meta-contact belongs to another group, and so do the
+     * group's names, which are in @p metas. Takes no memory.
+     */
+    void clear(QHash<QString, MivoBuddyMeta>* metas);
     /** Appends @p meta, which is new, under a name that is new in @p metas. */
     void addNewMeta(QHash<QString, MivoBuddyMeta>& metas, const MivoBuddyMeta& meta);
 
@@ -52,9 +59,18 @@ public:
 private:
     Q_DISABLE_COPY(MivoBuddyContainer)
 
+    /** What was in a container, to be released when no lock is held. */
+    struct Taken
+    {
+        QList<MivoBuddy> members;
+        QHash<QString, MivoBuddyMeta> metas;
+    };
+
     bool accepts(MivoBuddy::Type type) const;
     bool addUnlessElsewhere(const MivoBuddy& entry, bool* isElsewhere, MivoBuddy* previousLink);
     bool move(const MivoBuddy& entry, MivoBuddy* oldParent);
+    void takeAll(const MivoBuddy& container, QHash<QString, MivoBuddyMeta>* metas, Taken& taken);
+    void clearUnlessInGroup();
 
     // Under the children's mutex.
     int removeAll(const MivoBuddyPrivate* record, int i);

@@ -112,6 +112,11 @@ int MivoBuddyGroup::childCount() const
     return MivoBuddyContainer(*this).count();
 }
 
+QList<MivoBuddy> MivoBuddyGroup::buddies() const
+{
+    return MivoBuddyContainer(*this).members();
+}
+
 int MivoBuddyGroup::onlineChildCount() const
 {
     return countContacts(*this,
@@ -151,6 +156,12 @@ MivoBuddyMeta MivoBuddyGroup::addMeta(const QString& name)
     if (meta.isValid())
         MivoBuddyContainer(*this).addNewMeta(record->metas, meta);
     return meta;
+}
+
+void MivoBuddyGroup::clear()
+{
+    if (MivoBuddyGroupPrivate* const record = MivoBuddyGroupPrivate::get(*this))
+        MivoBuddyContainer(*this).clear(&record->metas);
 }
 
 void MivoBuddyGroup::sort()

@@ -4,6 +4,8 @@
 #include "MivoBuddy.h"
 #include "MivoPresence.h"
 
+#include <QList>
+
 class MivoBuddyContact;
 class MivoBuddyMeta;
 
@@ -22,14 +24,16 @@ class MivoBuddyMeta;
  * | addMeta()                  | set to this group                                            |
  * | removeBuddy()              | cleared if it leads here, also when the entry is no member   |
  * | removeAt()                 | stays                                                        |
+ * | clear()                    | cleared if it leads here                                     |
  * | MivoBuddyMeta::addBuddy()  | set to the meta-contact; only a contact leaves its old place |
  * | MivoBuddyMeta::removeBuddy(), removeAt() | stays                                          |
+ * | MivoBuddyMeta::clear()     | cleared if it leads to the meta-contact                      |
  *
  * All operations but isExpanded() and setExpanded() may be called in different threads at once.
  * Each waits for the group's lock, except for those that start with "contains"; the counts read the
  * presences of contacts, which nothing guards. What changes the members throws std::bad_alloc when
- * memory is short and has then changed nothing. An invalid handle answers false, -1 or an invalid
- * handle; changing it does nothing.
+ * memory is short and has then changed nothing. An invalid handle answers false, -1, an invalid
+ * handle or an empty list; changing it does nothing.
  */
 class MIVO_DATA_EXPORT MivoBuddyGroup : public MivoBuddy
 {
@@ -62,6 +66,8 @@ public:
     MivoBuddy buddyAt(int i) const;
     /** The number of members; -1 when invalid. */
     int childCount() const;
+    /** All members in their order, as they are at one moment: a copy. None when invalid. */
+    QList<MivoBuddy> buddies() const;
     /** The number of contacts whose presence is not Offline; only members themselves count. */
     int onlineChildCount() const;
     /** The number of contacts whose presence has that flag; only members themselves count. */
@@ -85,6 +91,14 @@ public:
      * time. The group keeps it for that name, also when it is removed from the members.
      */
     MivoBuddyMeta addMeta(const QString& name);
+    /**
+     * Takes all members out and clears the back-links that lead here, and does the same to each
+     * meta-contact among them that belongs to no other group; forgets what addMeta() has made. So
+     * nothing of a contact list keeps itself alive. The members leave at once, those of the
+     * meta-contacts after them, one meta-contact after the other, for whose locks the call waits
+     * while it holds no other. Takes no memory and cannot fail.
+     */
+    void clear();
     /** Reverses the members: see buddyLessThan(). */
     void sort();
 };

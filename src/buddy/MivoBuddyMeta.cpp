@@ -66,6 +66,11 @@ int MivoBuddyMeta::childCount() const
     return MivoBuddyContainer(*this).count();
 }
 
+QList<MivoBuddy> MivoBuddyMeta::buddies() const
+{
+    return MivoBuddyContainer(*this).members();
+}
+
 bool MivoBuddyMeta::addBuddy(const MivoBuddy& buddy)
 {
     return MivoBuddyContainer(*this).add(buddy);
@@ -79,6 +84,11 @@ int MivoBuddyMeta::removeBuddy(const MivoBuddy& buddy)
 MivoBuddy MivoBuddyMeta::removeAt(int i)
 {
     return MivoBuddyContainer(*this).takeAt(i);
+}
+
+void MivoBuddyMeta::clear()
+{
+    MivoBuddyContainer(*this).clear(nullptr);
 }
 
 void MivoBuddyMeta::sort()

@@ -13,9 +13,10 @@
 class MivoBuddyIndex;
 
 /**
- * The kind record of a meta-contact. A host that changes the list itself holds the lock while it does, sets
- * the members' back-links, and makes sure that nobody looks something up meanwhile. While it holds
- * the lock it must not call addBuddy() of any container.
+ * The kind record of a meta-contact. A host that changes the list itself holds the lock while it
+ * does, sets the members' back-links, and makes sure that nobody looks something up meanwhile.
+ * While it holds the lock it must not call what takes a container's lock, such as addBuddy(), of
+ * any container.
  */
 class MIVO_DATA_EXPORT MivoBuddyMetaPrivate
 {

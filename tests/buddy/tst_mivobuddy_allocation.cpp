@@ -174,6 +174,9 @@ private Q_SLOTS:
     void whatHasTooLittleMemoryChangesNothing_data();
     void whatHasTooLittleMemoryChangesNothing();
     void anIndexThatFindsNoMemoryIsDoneWithout();
+    void clearingTakesNoMemory_data();
+    void clearingTakesNoMemory();
+    void askingForAllMembersTakesNoMemory();
     void aSmallMetaContactTakesLittleMemory();
 };
 
@@ -202,6 +205,11 @@ void tst_MivoBuddyAllocation::whatFindsNoMemoryChangesNothing_data()
          [](Lists& lists) { return lists.meta.removeBuddy(childrenOf(lists.meta).at(1)) == 1; }},
         {"take out", [](Lists& lists) { return lists.from.removeAt(1).isValid(); }},
         {"sort", [](Lists& lists) { return lists.from.sort(), true; }},
+        {"add to a list whose members have been asked for",
+         [](Lists& lists) {
+             const QList<MivoBuddy> members = lists.to.buddies();
+             return lists.to.addBuddy(lists.newcomer);
+         }},
     };
     const struct
     {
@@ -296,6 +304,61 @@ void tst_MivoBuddyAllocation::anIndexThatFindsNoMemoryIsDoneWithout()
     }
     QCOMPARE(found, 50 * 200);
     QVERIFY(hasFailed);
+}
+
+void tst_MivoBuddyAllocation::clearingTakesNoMemory_data()
+{
+    QTest::addColumn<int>("size");
+    QTest::addColumn<bool>("shared");
+    for (const int size : {2, 64, 85}) {
+        for (const bool shared : {false, true})
+            QTest::addRow("%d%s", size, shared ? ", shared" : "") << size << shared;
+    }
+}
+
+void tst_MivoBuddyAllocation::clearingTakesNoMemory()
+{
+    QFETCH(int, size);
+    QFETCH(bool, shared);
+    Lists lists(size, 40);
+    lists.to.addBuddy(lists.meta);
+    if (shared)
+        lists.share();
+    const QList<MivoBuddy> before = lists.to.buddies();
+    bool hasFailed = false;
+    qint64 asked = 0;
+    {
+        const ShortMemory shortage(ShortMemory::AllFailsOn, 0);
+        asked = ShortMemory::bytesAskedFor();
+        lists.to.clear();
+        lists.from.clear();
+        asked = ShortMemory::bytesAskedFor() - asked;
+        hasFailed = shortage.hasFailed();
+    }
+    QVERIFY(!hasFailed);
+    QCOMPARE(asked, qint64(0));
+    QCOMPARE(lists.to.childCount() + lists.from.childCount() + lists.meta.childCount(), 0);
+    QVERIFY(!lists.to.containsMeta(QStringLiteral("known 0")));
+    QVERIFY(lists.isFound());
+    QCOMPARE(before.size(), size + 1 + 40 + 1);
+    for (const MivoBuddy& entry : before)
+        QVERIFY(!MivoBuddyPrivate::get(entry)->backLink().isValid());
+}
+
+void tst_MivoBuddyAllocation::askingForAllMembersTakesNoMemory()
+{
+    const Lists lists(85, 0);
+    QList<MivoBuddy> members;
+    qint64 asked = 0;
+    {
+        const ShortMemory shortage(ShortMemory::AllFailsOn, 0);
+        asked = ShortMemory::bytesAskedFor();
+        members = lists.to.buddies();
+        members = lists.meta.buddies();
+        asked = ShortMemory::bytesAskedFor() - asked;
+    }
+    QCOMPARE(asked, qint64(0));
+    QCOMPARE(members.size(), 85);
 }
 
 void tst_MivoBuddyAllocation::aSmallMetaContactTakesLittleMemory()

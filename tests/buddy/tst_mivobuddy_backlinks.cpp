@@ -4,7 +4,16 @@
 
 namespace {
 
-enum Operation { GroupAdd, GroupRemove, GroupRemoveAt, MetaAdd, MetaRemove, MetaRemoveAt };
+enum Operation {
+    GroupAdd,
+    GroupRemove,
+    GroupRemoveAt,
+    GroupClear,
+    MetaAdd,
+    MetaRemove,
+    MetaRemoveAt,
+    MetaClear
+};
 
 /** Where a back-link leads. */
 enum Place { Nowhere, Here, Elsewhere };
@@ -101,6 +110,8 @@ void tst_MivoBuddyBackLinks::theTableHolds_data()
             for (const bool member : {true, false})
                 row("group's removeBuddy", GroupRemove, kind, member, before, cleared, false);
             row("group's removeAt", GroupRemoveAt, kind, true, before, before, false);
+            row("group's clear", GroupClear, kind, true, before, cleared, false);
+            row("group's clear", GroupClear, kind, false, before, before, false);
             // A meta-contact's and a temporary contact's link leads to groups alone.
             if (!kind.fitsMeta && before == Here)
                 continue;
@@ -109,6 +120,8 @@ void tst_MivoBuddyBackLinks::theTableHolds_data()
             for (const bool member : {true, false})
                 row("meta-contact's removeBuddy", MetaRemove, kind, member, before, before, false);
             row("meta-contact's removeAt", MetaRemoveAt, kind, true, before, before, false);
+            row("meta-contact's clear", MetaClear, kind, true, before, cleared, false);
+            row("meta-contact's clear", MetaClear, kind, false, before, before, false);
         }
     }
 }
@@ -152,6 +165,10 @@ void tst_MivoBuddyBackLinks::theTableHolds()
     case GroupRemoveAt:
         QVERIFY(group.removeAt(0) == entry);
         break;
+    case GroupClear:
+        group.clear();
+        QCOMPARE(group.childCount(), 0);
+        break;
     case MetaAdd:
         QCOMPARE(meta.addBuddy(entry), after == Here);
         break;
@@ -160,6 +177,10 @@ void tst_MivoBuddyBackLinks::theTableHolds()
         break;
     case MetaRemoveAt:
         QVERIFY(meta.removeAt(0) == entry);
+        break;
+    case MetaClear:
+        meta.clear();
+        QCOMPARE(meta.childCount(), 0);
         break;
     }
 

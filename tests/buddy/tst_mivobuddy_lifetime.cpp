@@ -13,6 +13,8 @@ private Q_SLOTS:
     void removingAnEntryFreesIt_data();
     void removingAnEntryFreesIt();
     void removingAllMembersFreesTheGroup();
+    void clearingItsGroupsFreesAWholeContactList();
+    void clearingAMetaContactFreesItsMembers();
     void aMemberTakenOutByIndexKeepsTheGroupAlive();
     void aMemberRemovedFromAMetaContactKeepsItAliveUntilItMoves();
     void aMetaContactIsKeptForItsName();
@@ -85,6 +87,45 @@ void tst_MivoBuddyLifetime::removingAllMembersFreesTheGroup()
         QVERIFY(groupName.sees());
     }
     QVERIFY(!groupName.sees());
+}
+
+void tst_MivoBuddyLifetime::clearingItsGroupsFreesAWholeContactList()
+{
+    const Witness name("entry");
+    {
+        QList<MivoBuddyGroup> groups;
+        for (int i = 0; i < 3; ++i) {
+            MivoBuddyGroup group(name.name());
+            MivoBuddyMeta added(name.name());
+            group.addBuddy(added);
+            for (MivoBuddyMeta meta : {group.addMeta(name.name()), added}) {
+                meta.addBuddy(makeContact(name.name()));
+                meta.addBuddy(MivoBuddyMerged(name.name(), {makeContact(name.name())}));
+            }
+            group.addBuddy(makeContact(name.name()));
+            group.addBuddy(MivoBuddyMerged(name.name(), {makeContact(name.name())}));
+            group.addBuddy(MivoBuddyTemporary(nullptr, name.name(), MivoPresence(), group));
+            groups << group;
+        }
+        for (MivoBuddyGroup& group : groups)
+            group.clear();
+        QVERIFY(name.sees());
+    }
+    QVERIFY(!name.sees());
+}
+
+void tst_MivoBuddyLifetime::clearingAMetaContactFreesItsMembers()
+{
+    const Witness metaName("meta");
+    const Witness contactName("contact");
+    {
+        MivoBuddyMeta meta(metaName.name());
+        meta.addBuddy(makeContact(contactName.name()));
+        meta.clear();
+        QVERIFY(!contactName.sees());
+        QVERIFY(metaName.sees());
+    }
+    QVERIFY(!metaName.sees());
 }
 
 void tst_MivoBuddyLifetime::aMemberTakenOutByIndexKeepsTheGroupAlive()

@@ -15,6 +15,7 @@ enum Operation {
     RemoveAt,
     AddMeta,
     Sort,
+    Clear,
     HostAppends,
     HostRemoves,
     HostSetsLink,
@@ -35,7 +36,7 @@ struct Step
 std::ostream& operator<<(std::ostream& stream, const Step& step)
 {
     static const char* const names[]
-        = {"add",         "remove",      "removeAt",     "addMeta",     "sort",
+        = {"add",         "remove",      "removeAt",     "addMeta",     "sort",       "clear",
            "hostAppends", "hostRemoves", "hostSetsLink", "setContacts", "setPresence"};
     return stream << names[step.operation] << '(' << step.container << ", " << step.entry << ", "
                   << step.number << ')';
@@ -113,6 +114,26 @@ public:
         if (isGroup(container) && entries[e].link == container)
             entries[e].link = nothing;
         return removeAll(entries[container].children, e);
+    }
+
+    void clear(int container)
+    {
+        const std::vector<int> taken = std::move(entries[container].children);
+        entries[container].children.clear();
+        for (const int e : taken)
+            unlink(e, container);
+        for (const auto& meta : entries[container].metas)
+            unlink(meta.second, container);
+        entries[container].metas.clear();
+        for (const int e : taken) {
+            if (isGroup(container) && is(e, MivoBuddy::Meta) && entries[e].link == nothing)
+                clear(e);
+        }
+    }
+    void unlink(int e, int container)
+    {
+        if (entries[e].link == container)
+            entries[e].link = nothing;
     }
 
     bool containsContact(int container, int contact) const
@@ -240,6 +261,13 @@ public:
             meta.sort();
             std::reverse(modelled.children.begin(), modelled.children.end());
             break;
+        case Clear:
+            if (step.number % 4 != 0) // seldom, so that there is something to clear
+                break;
+            group.clear();
+            meta.clear();
+            model.clear(container);
+            break;
         case HostAppends:
             (group.isValid() ? childrenOf(group) : childrenOf(meta)).append(buddy);
             modelled.children.push_back(e);
@@ -335,6 +363,10 @@ private:
         const MivoBuddyMeta meta(buddies[e]);
         const bool isGroup = group.isValid();
         RC_ASSERT((isGroup ? group.childCount() : meta.childCount()) == count);
+        const QList<MivoBuddy> members = isGroup ? group.buddies() : meta.buddies();
+        RC_ASSERT(int(members.size()) == count);
+        for (int i = 0; i < count; ++i)
+            RC_ASSERT(members.at(i) == at(expected.children[i]));
         for (int i = -1; i <= count; ++i) {
             const int child = i < 0 || i == count ? nothing : expected.children[i];
             RC_ASSERT((isGroup ? group.buddyAt(i) : meta.buddyAt(i)) == at(child));

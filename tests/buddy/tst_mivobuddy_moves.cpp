@@ -71,6 +71,9 @@ private Q_SLOTS:
     void whatIsNoMoveWaitsForNoMove();
     void anEntryThatGetsAContainerWhileItIsAddedLeavesIt();
     void anEntryThatIsMovedWhileItsOldContainerIsWaitedForIsFetchedFromThere();
+    void clearingHoldsOneLockAtATime();
+    void aMetaContactThatIsAddedWhileItsGroupIsClearedKeepsItsMembers();
+    void aContactThatMovesWhileItsGroupIsClearedIsKept();
     void staticObjectsMayMoveContacts();
 };
 
@@ -237,6 +240,95 @@ void tst_MivoBuddyMoves::anEntryThatIsMovedWhileItsOldContainerIsWaitedForIsFetc
     QVERIFY(keptNew);
     QCOMPARE(first.childCount(), 0);
     QCOMPARE(second.childCount(), 0);
+    QCOMPARE(membersOf(group), QList<MivoBuddy>() << contact);
+    QVERIFY(contact.getParent() == group);
+}
+
+void tst_MivoBuddyMoves::clearingHoldsOneLockAtATime()
+{
+    MivoBuddyGroup group("group");
+    MivoBuddyMeta metas[]
+        = {group.addMeta("first"), group.addMeta("second"), group.addMeta("third")};
+    for (MivoBuddyMeta& meta : metas)
+        meta.addBuddy(makeContact("c"));
+    const MivoBuddyContact last = makeContact("last");
+    group.addBuddy(last);
+
+    lockOf(metas[1]).lock();
+    bool waits = false;
+    int heldOthers = 0;
+    int membersLeft = 0;
+    {
+        Background clearing([&] { group.clear(); });
+        waits = waitUntil([&] { return membersIn(metas[0]).isEmpty(); }) && clearing.blocks();
+        heldOthers = isHeld(lockOf(group)) + isHeld(lockOf(metas[0])) + isHeld(lockOf(metas[2]));
+        membersLeft = int(group.buddies().size() + metas[0].buddies().size());
+        // Who moves something in the meantime is not kept waiting.
+        group.addBuddy(last);
+        lockOf(metas[1]).unlock();
+    }
+    QVERIFY(waits);
+    QCOMPARE(heldOthers, 0);
+    QCOMPARE(membersLeft, 0);
+    for (const MivoBuddyMeta& meta : metas)
+        QCOMPARE(meta.childCount(), 0);
+    QCOMPARE(membersOf(group), QList<MivoBuddy>() << last);
+    QVERIFY(last.getParent() == group);
+    group.clear();
+}
+
+void tst_MivoBuddyMoves::aMetaContactThatIsAddedWhileItsGroupIsClearedKeepsItsMembers()
+{
+    MivoBuddyGroup group("group");
+    MivoBuddyGroup other("other");
+    MivoBuddyMeta metas[] = {group.addMeta("again"), group.addMeta("elsewhere")};
+    const MivoBuddyContact contacts[] = {makeContact("a"), makeContact("b")};
+    const CycleBreaker<MivoBuddyGroup> ends[]
+        = {CycleBreaker<MivoBuddyGroup>(group), CycleBreaker<MivoBuddyGroup>(other)};
+    for (int i = 0; i < 2; ++i)
+        metas[i].addBuddy(contacts[i]);
+
+    lockOf(metas[0]).lock();
+    bool waits = false;
+    {
+        Background clearing([&] { group.clear(); });
+        waits = clearing.blocks();
+        group.addBuddy(metas[0]);
+        other.addBuddy(metas[1]);
+        lockOf(metas[0]).unlock();
+    }
+    QVERIFY(waits);
+    QCOMPARE(membersOf(group), QList<MivoBuddy>() << metas[0]);
+    QCOMPARE(membersOf(other), QList<MivoBuddy>() << metas[1]);
+    QVERIFY(metas[0].getGroup() == group);
+    QVERIFY(metas[1].getGroup() == other);
+    for (int i = 0; i < 2; ++i) {
+        QCOMPARE(membersOf(metas[i]), QList<MivoBuddy>() << contacts[i]);
+        QVERIFY(contacts[i].getParent() == metas[i]);
+        metas[i].clear();
+    }
+}
+
+void tst_MivoBuddyMoves::aContactThatMovesWhileItsGroupIsClearedIsKept()
+{
+    MivoBuddyGroup old("old");
+    MivoBuddyGroup group("new");
+    const CycleBreaker<MivoBuddyGroup> end(group);
+    const MivoBuddyContact contact = makeContact("a");
+    old.addBuddy(contact);
+    old.addBuddy(makeContact("b"));
+
+    lockOf(old).lock();
+    bool bothWait = false;
+    {
+        Background move([&] { group.addBuddy(contact); });
+        const bool moveWaits = move.blocks();
+        Background clearing([&] { old.clear(); });
+        bothWait = moveWaits && clearing.blocks();
+        lockOf(old).unlock();
+    }
+    QVERIFY(bothWait);
+    QCOMPARE(old.childCount(), 0);
     QCOMPARE(membersOf(group), QList<MivoBuddy>() << contact);
     QVERIFY(contact.getParent() == group);
 }

@@ -82,6 +82,9 @@ private Q_SLOTS:
     void movingTenTimesAsManyIsTenTimesTheWork();
     void removingTenTimesAsManyIsTenTimesTheWork_data();
     void removingTenTimesAsManyIsTenTimesTheWork();
+    void clearingTenTimesAsManyIsTenTimesTheWork_data();
+    void clearingTenTimesAsManyIsTenTimesTheWork();
+    void askingForAllMembersDoesNotGrowWithTheGroup();
     void lookUpsDoNotGrowWithTheGroupAfterRemovalsAllOverThePlace();
     void removingByReferenceFromAListFilledByAHostIsNotMuchMore();
 };
@@ -251,6 +254,45 @@ void tst_MivoBuddyScale::removingTenTimesAsManyIsTenTimesTheWork()
         };
     });
     QVERIFY2(times > 5 && times < 12, QByteArray::number(times));
+}
+
+void tst_MivoBuddyScale::clearingTenTimesAsManyIsTenTimesTheWork_data()
+{
+    QTest::addColumn<int>("form");
+    QTest::newRow("contacts") << 0;
+    QTest::newRow("contacts in one meta-contact") << 1;
+    QTest::newRow("a meta-contact for each contact") << 2;
+}
+
+void tst_MivoBuddyScale::clearingTenTimesAsManyIsTenTimesTheWork()
+{
+    QFETCH(int, form);
+    const double times = growth([form](const P& p) {
+        for (int i = 0; i < p->contacts.size(); ++i) {
+            MivoBuddyMeta meta = form == 1 ? p->group.addMeta("m")
+                : form == 2                ? p->group.addMeta(QString::number(i))
+                                           : MivoBuddyMeta();
+            if (!meta.addBuddy(p->contacts.at(i)))
+                p->group.addBuddy(p->contacts.at(i));
+        }
+        return [p] { p->group.clear(); };
+    });
+    QVERIFY2(times > 5 && times < 15, QByteArray::number(times));
+}
+
+void tst_MivoBuddyScale::askingForAllMembersDoesNotGrowWithTheGroup()
+{
+    const double times = growth([](const P& p) {
+        p->fill();
+        return [p] {
+            qint64 members = 0;
+            for (int i = 0; i < 500; ++i)
+                members += p->group.buddies().size();
+            if (members == 0)
+                qFatal("the group has no members");
+        };
+    });
+    QVERIFY2(times > 0.5 && times < 1.5, QByteArray::number(times));
 }
 
 void tst_MivoBuddyScale::lookUpsDoNotGrowWithTheGroupAfterRemovalsAllOverThePlace()

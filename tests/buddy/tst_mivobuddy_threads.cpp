@@ -76,6 +76,7 @@ private Q_SLOTS:
     void aGroupMayGoWhileItsContactMoves();
     void namesOfMetaContactsAreLookedUpWhileTheyAreAdded();
     void aContactThatMovesWithinAGroupIsAlwaysFoundInIt();
+    void groupsAreClearedWhileContactsMove();
     void sharedContainersStayConsistent();
 };
 
@@ -196,6 +197,63 @@ void tst_MivoBuddyThreads::aContactThatMovesWithinAGroupIsAlwaysFoundInIt()
     QCOMPARE(meta.childCount(), 0);
 }
 
+void tst_MivoBuddyThreads::groupsAreClearedWhileContactsMove()
+{
+    const Witness name("entry");
+    {
+        QList<MivoBuddy> containers;
+        QList<MivoBuddyGroup> groups;
+        for (int i = 0; i < 3; ++i) {
+            groups << MivoBuddyGroup(name.name());
+            containers << groups.last();
+        }
+        // Each a member of one group or of none, while it is added and cleared.
+        QList<MivoBuddyMeta> metas;
+        for (int i = 0; i < 3; ++i) {
+            metas << MivoBuddyMeta(name.name());
+            containers << metas.last();
+        }
+        QList<MivoBuddyContact> contacts;
+        for (int i = 0; i < 8; ++i)
+            contacts << makeContact(name.name());
+        runInFourThreads(testBoundMs * 3, [&](int number) {
+            std::mt19937 random(number + 1);
+            for (int i = 0; i < 20000; ++i) {
+                MivoBuddyGroup group = groups.at(int(random() % groups.size()));
+                if (number == 0) {
+                    group.clear();
+                    continue;
+                }
+                if (random() % 8 == 0)
+                    group.addBuddy(metas.at(int(random() % metas.size())));
+                addTo(containers.at(int(random() % containers.size())),
+                      contacts.at(int(random() % contacts.size())));
+            }
+        });
+        for (const MivoBuddyContact& contact : std::as_const(contacts)) {
+            int places = 0;
+            for (const MivoBuddy& container : std::as_const(containers)) {
+                const auto count = int(membersIn(container).count(contact));
+                places += count;
+                if (count > 0)
+                    QVERIFY2(contact.getParent() == container, "a member that leads elsewhere");
+            }
+            QVERIFY2(places <= 1, "a contact in two containers");
+            QCOMPARE(contact.getParent().isValid(), places == 1);
+            QCOMPARE(handlesOf(contact), 1 + places);
+        }
+        for (const MivoBuddyMeta& meta : std::as_const(metas)) {
+            if (meta.getGroup().isValid())
+                QVERIFY(meta.getGroup().containsBuddy(meta));
+        }
+        for (MivoBuddyGroup& group : groups)
+            group.clear();
+        for (MivoBuddyMeta& meta : metas)
+            meta.clear(); // one that was in two groups has its members still
+    }
+    QVERIFY(!name.sees());
+}
+
 void tst_MivoBuddyThreads::sharedContainersStayConsistent()
 {
     MivoPresenceType offline{"", "", "", 0, MivoPresence::Offline};
@@ -223,7 +281,7 @@ void tst_MivoBuddyThreads::sharedContainersStayConsistent()
                 const MivoBuddy entry = entries.at(int(random() % entries.size()));
                 MivoBuddyGroup group(container);
                 MivoBuddyMeta meta(container);
-                switch (random() % 12) {
+                switch (random() % 13) {
                 case 0:
                     wrong += removeFrom(container, entry) > 1;
                     break;
@@ -250,8 +308,20 @@ void tst_MivoBuddyThreads::sharedContainersStayConsistent()
                     break;
                 case 6:
                     if (group.isValid()) {
-                        wrong += group.addMeta("m") != group.addMeta("m");
-                        wrong += !group.containsMeta("m");
+                        // Another thread may clear the group, and so forget the name.
+                        wrong += !group.addMeta("m").isValid();
+                        group.containsMeta("m");
+                    }
+                    break;
+                case 8:
+                    if (random() % 16 == 0) {
+                        group.clear();
+                        meta.clear();
+                    } else {
+                        const QList<MivoBuddy> members
+                            = group.isValid() ? group.buddies() : meta.buddies();
+                        for (const MivoBuddy& member : members)
+                            wrong += !member.isValid();
                     }
                     break;
                 case 7:

@@ -60,6 +60,12 @@ private Q_SLOTS:
     void onlyContactsAmongTheMembersAreCounted();
     void contactsAreCountedByTheirFlag_data();
     void contactsAreCountedByTheirFlag();
+    void allMembersAreAnsweredAsTheyAreAtThatMoment();
+    void clearingTakesOutAllMembersAndForgetsTheNames();
+    void clearingEmptiesTheMetaContactsOfTheGroup();
+    void clearingLeavesTheMetaContactsOfAnotherGroupAlone();
+    void aGroupMayBeClearedThroughTheBackLinkOfAMember();
+    void aClearedGroupIsFilledAgain();
     void sortingReversesTheMembers_data();
     void sortingReversesTheMembers();
     void whatAHostDoesToTheListIsNoticed_data();
@@ -85,6 +91,7 @@ void tst_MivoBuddyGroup::anInvalidGroupAnswersDefaults()
     QCOMPARE(group.childCount(), -1);
     QCOMPARE(group.onlineChildCount(), -1);
     QCOMPARE(group.statusChildCount(MivoPresence::NoFlag), -1);
+    QVERIFY(group.buddies().isEmpty());
 }
 
 void tst_MivoBuddyGroup::changingAnInvalidGroupDoesNothing()
@@ -97,6 +104,7 @@ void tst_MivoBuddyGroup::changingAnInvalidGroupDoesNothing()
     QVERIFY(!group.addMeta("x").isValid());
     group.setExpanded(true);
     group.sort();
+    group.clear();
     QVERIFY(!group.isExpanded());
     QVERIFY(!contact.getParent().isValid());
 }
@@ -516,6 +524,152 @@ void tst_MivoBuddyGroup::contactsAreCountedByTheirFlag()
     QCOMPARE(group.statusChildCount(MivoPresence::Flag(asked)), withFlag);
 }
 
+void tst_MivoBuddyGroup::allMembersAreAnsweredAsTheyAreAtThatMoment()
+{
+    MivoBuddyGroup group("g");
+    const CycleBreaker<MivoBuddyGroup> end(group);
+    QVERIFY(group.buddies().isEmpty());
+    const MivoBuddyContact a = makeContact("a");
+    group.addBuddy(a);
+    const MivoBuddyMeta meta = group.addMeta("m");
+    const QList<MivoBuddy> before = group.buddies();
+    group.removeBuddy(a);
+    group.addBuddy(makeTemporary("t"));
+    group.sort();
+    QCOMPARE(namesOf(before), QStringList({"a", "m"}));
+    QVERIFY(before.at(0) == a);
+    QVERIFY(before.at(1) == meta);
+    QCOMPARE(namesOf(group.buddies()), QStringList({"t", "m"}));
+}
+
+void tst_MivoBuddyGroup::clearingTakesOutAllMembersAndForgetsTheNames()
+{
+    for (const int size : {1, 3, 200}) {
+        MivoBuddyGroup group("g");
+        QList<MivoBuddy> entries;
+        for (int i = 0; i < size; ++i)
+            entries << makeContact("c") << makeMerged() << makeTemporary("t") << MivoBuddyMeta("m");
+        for (const MivoBuddy& entry : std::as_const(entries))
+            group.addBuddy(entry);
+        const MivoBuddyMeta made = group.addMeta("x");
+        MivoBuddyMeta left = group.addMeta("y");
+        QVERIFY(group.removeAt(group.childCount() - 1) == left); // its back-link stays
+        const QList<MivoBuddy> before = group.buddies();
+        group.setExpanded(true);
+
+        group.clear();
+        QCOMPARE(group.childCount(), 0);
+        QVERIFY(!group.buddyAt(0).isValid());
+        QVERIFY(!group.containsMeta("x"));
+        QVERIFY(!group.containsMeta("y"));
+        QVERIFY(group.isExpanded());
+        for (const MivoBuddy& entry : std::as_const(entries)) {
+            QVERIFY(!group.containsBuddy(entry));
+            QVERIFY(!MivoBuddyPrivate::get(entry)->backLink().isValid());
+        }
+        QVERIFY(!made.getGroup().isValid());
+        QVERIFY(!left.getGroup().isValid());
+        QCOMPARE(handlesOf(group), 1);
+        QCOMPARE(before.size(), 4 * size + 1);
+        group.clear();
+        QCOMPARE(group.childCount(), 0);
+    }
+}
+
+void tst_MivoBuddyGroup::clearingEmptiesTheMetaContactsOfTheGroup()
+{
+    MivoBuddyGroup group("g");
+    MivoBuddyMeta named = group.addMeta("named");
+    MivoBuddyMeta added("added");
+    MivoBuddyMeta unlinked("unlinked"); // a member that says it is in no group
+    MivoBuddyGroup second("second");
+    second.addBuddy(added);
+    for (const MivoBuddyMeta& meta : {added, unlinked})
+        group.addBuddy(meta);
+    second.removeBuddy(added);
+    MivoBuddyPrivate::get(unlinked)->setBackLink(MivoBuddy());
+    const MivoBuddyMerged merged = makeMerged({makeContact("in merged")});
+    QList<MivoBuddyContact> contacts;
+    for (MivoBuddyMeta meta : {named, added, unlinked}) {
+        contacts << makeContact("c");
+        meta.addBuddy(contacts.last());
+    }
+    named.addBuddy(merged);
+
+    group.clear();
+    for (const MivoBuddyMeta& meta : {named, added, unlinked}) {
+        QCOMPARE(meta.childCount(), 0);
+        QVERIFY(!meta.getGroup().isValid());
+    }
+    for (const MivoBuddyContact& contact : std::as_const(contacts))
+        QVERIFY(!contact.getParent().isValid());
+    QVERIFY(!merged.getParent().isValid());
+    QVERIFY(merged.containsContact(merged.getContactForAccount(nullptr)));
+}
+
+void tst_MivoBuddyGroup::clearingLeavesTheMetaContactsOfAnotherGroupAlone()
+{
+    MivoBuddyGroup group("g");
+    MivoBuddyGroup other("other");
+    const CycleBreaker<MivoBuddyGroup> end(other);
+    MivoBuddyMeta both("both");
+    const CycleBreaker<MivoBuddyMeta> endOfBoth(both);
+    MivoBuddyMeta out = group.addMeta("out");
+    const CycleBreaker<MivoBuddyMeta> endOfOut(out);
+    const MivoBuddyContact inBoth = makeContact("a");
+    const MivoBuddyContact inOut = makeContact("b");
+    both.addBuddy(inBoth);
+    out.addBuddy(inOut);
+    group.addBuddy(both);
+    other.addBuddy(both); // a member of the two, that leads to the second
+    group.removeBuddy(out); // whoever takes it out has it
+
+    group.clear();
+    QCOMPARE(group.childCount(), 0);
+    QVERIFY(both.getGroup() == other);
+    QCOMPARE(membersOf(both), QList<MivoBuddy>() << inBoth);
+    QVERIFY(inBoth.getParent() == both);
+    QCOMPARE(membersOf(out), QList<MivoBuddy>() << inOut);
+    QVERIFY(inOut.getParent() == out);
+}
+
+void tst_MivoBuddyGroup::aGroupMayBeClearedThroughTheBackLinkOfAMember()
+{
+    const Witness name("group");
+    const MivoBuddyTemporary temporary = makeTemporary("t");
+    {
+        MivoBuddyGroup group(name.name());
+        group.addBuddy(makeContact("a"));
+        group.addBuddy(temporary);
+    }
+    QVERIFY(name.sees());
+    // The handle that is called is the last one, and the call clears it.
+    MivoBuddyTemporaryPrivate::get(temporary)->group.clear();
+    QVERIFY(!name.sees());
+    QCOMPARE(handlesOf(temporary), 1);
+}
+
+void tst_MivoBuddyGroup::aClearedGroupIsFilledAgain()
+{
+    MivoBuddyGroup group("g");
+    const CycleBreaker<MivoBuddyGroup> end(group);
+    const MivoBuddyMeta before = group.addMeta("m");
+    QList<MivoBuddy> contacts;
+    for (int i = 0; i < 100; ++i)
+        contacts << makeContact("c");
+    for (int round = 0; round < 3; ++round) {
+        for (const MivoBuddy& contact : std::as_const(contacts))
+            QVERIFY(group.addBuddy(contact));
+        for (int i = 0; i < 20; ++i)
+            QVERIFY(group.containsBuddy(contacts.at(i)));
+        const MivoBuddyMeta meta = group.addMeta("m");
+        QCOMPARE(meta == before, round == 0);
+        QVERIFY(group.containsBuddy(meta));
+        QCOMPARE(group.childCount(), 101);
+        group.clear();
+    }
+}
+
 void tst_MivoBuddyGroup::sortingReversesTheMembers_data()
 {
     QTest::addColumn<int>("count");
@@ -620,6 +774,8 @@ void tst_MivoBuddyGroup::everyLockedOperationWaitsForTheLock_data()
     row("addMeta, new", [](MivoBuddyGroup& group) { group.addMeta("new"); });
     row("addMeta, known", [](MivoBuddyGroup& group) { group.addMeta("known"); });
     row("sort", [](MivoBuddyGroup& group) { group.sort(); });
+    row("buddies", [](MivoBuddyGroup& group) { group.buddies(); });
+    row("clear", [](MivoBuddyGroup& group) { group.clear(); });
 }
 
 void tst_MivoBuddyGroup::everyLockedOperationWaitsForTheLock()

@@ -33,6 +33,8 @@ private Q_SLOTS:
     void takingOutByIndexAnswersTheMember();
     void anIndexOutOfRangeIsInvalid();
     void contactsAreFoundInMergedContacts();
+    void allMembersAreAnsweredAsTheyAreAtThatMoment();
+    void clearingTakesOutAllMembersAndStaysInTheGroup();
     void sortingReversesTheMembers();
     void whatAHostDoesToTheListIsNoticed();
     void aMergedContactThatAHostAppendedIsLookedIntoAtOnce();
@@ -51,6 +53,7 @@ void tst_MivoBuddyMeta::anInvalidMetaContactAnswersDefaults()
     QVERIFY(!meta.getGroup().isValid());
     QVERIFY(!meta.buddyAt(0).isValid());
     QCOMPARE(meta.childCount(), -1);
+    QVERIFY(meta.buddies().isEmpty());
 }
 
 void tst_MivoBuddyMeta::changingAnInvalidMetaContactDoesNothing()
@@ -62,6 +65,7 @@ void tst_MivoBuddyMeta::changingAnInvalidMetaContactDoesNothing()
     QVERIFY(!meta.removeAt(0).isValid());
     meta.setExpanded(true);
     meta.sort();
+    meta.clear();
     QVERIFY(!meta.isExpanded());
     QVERIFY(!contact.getParent().isValid());
 }
@@ -231,6 +235,43 @@ void tst_MivoBuddyMeta::contactsAreFoundInMergedContacts()
     MivoBuddyMergedPrivate::get(merged)->parent = MivoBuddy();
 }
 
+void tst_MivoBuddyMeta::allMembersAreAnsweredAsTheyAreAtThatMoment()
+{
+    MivoBuddyMeta meta("m");
+    const CycleBreaker<MivoBuddyMeta> end(meta);
+    const MivoBuddyContact a = makeContact("a");
+    const MivoBuddyMerged b = makeMerged();
+    meta.addBuddy(a);
+    meta.addBuddy(b);
+    const QList<MivoBuddy> before = meta.buddies();
+    meta.sort();
+    meta.removeBuddy(a);
+    QCOMPARE(before, QList<MivoBuddy>() << a << b);
+    QCOMPARE(meta.buddies(), QList<MivoBuddy>() << b);
+}
+
+void tst_MivoBuddyMeta::clearingTakesOutAllMembersAndStaysInTheGroup()
+{
+    MivoBuddyGroup group("g");
+    const CycleBreaker<MivoBuddyGroup> end(group);
+    MivoBuddyMeta meta = group.addMeta("m");
+    MivoBuddyContact moved = makeContact("moved");
+    const MivoBuddyContact contact = makeContact("a");
+    const MivoBuddyMerged merged = makeMerged();
+    meta.addBuddy(moved);
+    meta.addBuddy(contact);
+    meta.addBuddy(merged);
+    meta.removeBuddy(moved); // its back-link stays, as it is no member any more
+    meta.clear();
+    QCOMPARE(meta.childCount(), 0);
+    QVERIFY(!contact.getParent().isValid());
+    QVERIFY(!merged.getParent().isValid());
+    QVERIFY(moved.getParent() == meta);
+    QVERIFY(meta.getGroup() == group);
+    QVERIFY(group.containsMeta("m"));
+    QVERIFY(meta.addBuddy(contact));
+}
+
 void tst_MivoBuddyMeta::sortingReversesTheMembers()
 {
     MivoBuddyMeta meta("m");
@@ -284,6 +325,8 @@ void tst_MivoBuddyMeta::everyLockedOperationWaitsForTheLock_data()
     row("removeBuddy, no member", [](MivoBuddyMeta& meta) { meta.removeBuddy(MivoBuddy()); });
     row("removeAt", [](MivoBuddyMeta& meta) { meta.removeAt(0); });
     row("sort", [](MivoBuddyMeta& meta) { meta.sort(); });
+    row("buddies", [](MivoBuddyMeta& meta) { meta.buddies(); });
+    row("clear", [](MivoBuddyMeta& meta) { meta.clear(); });
 }
 
 void tst_MivoBuddyMeta::everyLockedOperationWaitsForTheLock()

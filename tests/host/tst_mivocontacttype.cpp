@@ -100,8 +100,7 @@ void MivoContactTypeTest::theUsualFlagsAreCountedAsTheLibraryDoes()
                                         MivoSubscriptionType("Both", "both", 1, "")));
     QCOMPARE(group.childCount(), 3);
     QCOMPARE(group.onlineChildCount(), 2);
-    while (group.childCount() > 0)
-        group.removeAt(0);
+    group.clear();
 }
 
 void MivoContactTypeTest::secretsAreOfKindEightAndLeftOut()

@@ -16,6 +16,8 @@ fail() {
 # race | file | function that is changed | line there | what takes its place
 plants='
 container|src/buddy/MivoBuddyContainer.cpp|MivoBuddyContainer::at(|const QMutexLocker locker(lock);|
+members|src/buddy/MivoBuddyContainer.cpp|MivoBuddyContainer::members(|const QMutexLocker locker(lock);|
+clearing|src/buddy/MivoBuddyContainer.cpp|MivoBuddyContainer::takeAll(|const QMutexLocker childrenLocker(childrenMutex);|
 metas|src/buddy/MivoBuddyContainer.cpp|MivoBuddyContainer::containsMeta(|const QMutexLocker childrenLocker(childrenMutex);|
 back-link|src/buddy/MivoBuddy.cpp|MivoBuddyPrivate::backLink(|const QMutexLocker locker(&linkLock);|
 wait|src/plugin/MivoWait.cpp|MivoWait::wakeUp(|QMutexLocker locker(&mutex);|

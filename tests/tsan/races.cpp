@@ -62,12 +62,32 @@ void containerRace()
     while (group.removeAt(0).isValid()) { }
 }
 
+void membersRace()
+{
+    MivoBuddyGroup group("group");
+    together([&](int round) { group.addBuddy(makeContact(QString::number(round))); },
+             [&](int) { static_cast<void>(group.buddies()); });
+    group.clear();
+}
+
+void clearingRace()
+{
+    MivoBuddyGroup group("group");
+    const MivoBuddyContact contact = makeContact("contact");
+    together(
+        [&](int) {
+            group.addBuddy(contact);
+            group.clear();
+        },
+        [&](int) { static_cast<void>(group.containsBuddy(contact)); });
+}
+
 void metasRace()
 {
     MivoBuddyGroup group("group");
     together([&](int round) { group.addMeta(QString::number(round)); },
              [&](int round) { static_cast<void>(group.containsMeta(QString::number(round))); });
-    while (group.removeBuddy(group.buddyAt(0)) > 0) { } // the group holds them by name as well
+    group.clear();
 }
 
 void backLinkRace()
@@ -132,9 +152,10 @@ struct Race
 };
 
 const Race races[]
-    = {{"container", containerRace}, {"metas", metasRace},   {"back-link", backLinkRace},
-       {"wait", waitRace},           {"buffer", bufferRace}, {"collector", collectorRace},
-       {"host", hostRace},           {"count", countRace}};
+    = {{"container", containerRace}, {"members", membersRace},     {"clearing", clearingRace},
+       {"metas", metasRace},         {"back-link", backLinkRace},  {"wait", waitRace},
+       {"buffer", bufferRace},       {"collector", collectorRace}, {"host", hostRace},
+       {"count", countRace}};
 
 } // namespace
 

@@ -137,8 +137,9 @@ private:
         }
         above.append(container);
         ++depth;
-        for (int i = 0; i < container.childCount(); ++i)
-            show(container.buddyAt(i));
+        const QList<MivoBuddy> members = container.buddies();
+        for (const MivoBuddy& member : members)
+            show(member);
         --depth;
         above.removeLast();
     }
@@ -253,11 +254,12 @@ private:
             return;
         }
         above.append(container);
-        QJsonArray members;
-        for (int i = 0; i < container.childCount(); ++i)
-            members.append(entryOf(container.buddyAt(i)));
+        QJsonArray entries;
+        const QList<MivoBuddy> members = container.buddies();
+        for (const MivoBuddy& member : members)
+            entries.append(entryOf(member));
         above.removeLast();
-        object.insert("entries", members);
+        object.insert("entries", entries);
     }
 
     const MivoHost& host;

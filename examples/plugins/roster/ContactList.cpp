@@ -3,8 +3,7 @@
 #include <MivoBuddyContact.h>
 #include <MivoBuddyMerged.h>
 #include <MivoBuddyTemporary.h>
-#include <MivoBuddyType_p.h>
-#include <MivoPresenceType.h>
+#include <MivoContactType.h>
 #include <MivoSubscriptionType.h>
 
 #include <QHash>
@@ -24,29 +23,20 @@ QString subscriptionId(const QString& state, bool isAsked)
     return isAsked ? state + "+ask" : state;
 }
 
-/** The contact type of a host; it owns the presence and subscription types. */
+/** The contact type of a host, with all that contacts of an export can be. */
 MivoBuddyType makeContactType(const QString& host)
 {
-    const MivoBuddyType type(host, host);
-    MivoBuddyTypePrivate* const record = MivoBuddyTypePrivate::get(type);
-
-    auto* const offline = new MivoPresenceType;
-    offline->id = offlineId;
-    offline->display = "Offline";
-    offline->icon = "user-offline";
-    offline->flag = MivoPresence::Offline;
-    record->presences.insert(offline->id, offline);
-    record->presenceList.append(offline);
-
+    MivoContactType type(host, host);
+    type.addPresence(offlineId, "Offline", 0, MivoContactType::Offline, "user-offline");
     unsigned int priority = 0;
     for (const char* state : {"none", "from", "to", "both"}) {
-        record->subscriptions.append(
-            new MivoSubscriptionType(state, subscriptionId(state, false), priority++, QString()));
-        record->subscriptions.append(new MivoSubscriptionType(QString("%1, asked").arg(state),
-                                                              subscriptionId(state, true),
-                                                              priority++, QString("user-asked")));
+        type.addSubscription(
+            MivoSubscriptionType(state, subscriptionId(state, false), priority++, QString()));
+        type.addSubscription(MivoSubscriptionType(QString("%1, asked").arg(state),
+                                                  subscriptionId(state, true), priority++,
+                                                  "user-asked"));
     }
-    return type;
+    return type.type();
 }
 
 /** Names the groups of users, and those that are made here, whose names users may have given too. */
@@ -71,8 +61,7 @@ public:
     void addUser(const ExportedUser& user, MivoAccountConnection* account)
     {
         const MivoBuddyType type = typeOf(user.host);
-        const MivoPresence offline(MivoBuddyTypePrivate::get(type)->presences.value(offlineId),
-                                   QString());
+        const MivoPresence offline(MivoContactType(type).presence(offlineId), QString());
         QHash<QString, MivoBuddyContact> contacts;
         for (const RosterItem& item : user.items) {
             const QString display = item.name.trimmed().isEmpty() ? item.jid.text() : item.name;
@@ -186,12 +175,4 @@ ContactList makeContactList(const ServerExport& data,
     for (const ExportedUser& user : data.users)
         maker.addUser(user, accountOf(user.jid.text()));
     return maker.finish();
-}
-
-void takeApart(const QList<MivoBuddyGroup>& groups)
-{
-    for (MivoBuddyGroup group : groups) {
-        while (group.childCount() > 0)
-            group.removeAt(group.childCount() - 1);
-    }
 }

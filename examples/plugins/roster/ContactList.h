@@ -27,7 +27,4 @@ struct ContactList
 ContactList makeContactList(const ServerExport& data,
                             const std::function<MivoAccountConnection*(const QString&)>& accountOf);
 
-/** Takes the members out of the groups, so that nothing of the list is kept alive by itself. */
-void takeApart(const QList<MivoBuddyGroup>& groups);
-
 #endif

@@ -6,7 +6,7 @@
 
 RosterPlugin::~RosterPlugin()
 {
-    takeApart(groups);
+    clearGroups();
 }
 
 QString RosterPlugin::name() const
@@ -27,7 +27,7 @@ void RosterPlugin::roster(MivoPlugin*, QList<MivoArg>& arguments)
     const ContactList list = makeContactList(readServerExport(fileName),
                                              [this](const QString& id) { return account(id); });
 
-    takeApart(groups);
+    clearGroups();
     groups = list.groups;
     reportTexts.clear();
     for (const Report& report : list.reports)
@@ -43,6 +43,13 @@ void RosterPlugin::roster(MivoPlugin*, QList<MivoArg>& arguments)
 void RosterPlugin::reports(MivoPlugin*, QList<MivoArg>& arguments)
 {
     arguments = QList<MivoArg>() << MivoArg(reportTexts);
+}
+
+void RosterPlugin::clearGroups()
+{
+    // A group and its members keep each other alive.
+    for (MivoBuddyGroup& group : groups)
+        group.clear();
 }
 
 MivoAccountConnection* RosterPlugin::account(const QString& id)

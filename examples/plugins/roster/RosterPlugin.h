@@ -23,7 +23,7 @@ public Q_SLOTS:
     /**
      * Reads the export in the file that its argument, a String, names, and answers the groups of
      * the contact list, a Buddy each. The list is the plug-in's: the next call that answers another
-     * takes it apart, and so does the plug-in's end. Throws when the file is no export.
+     * clears its groups, and so does the plug-in's end. Throws when the file is no export.
      */
     void roster(MivoPlugin* sender, QList<MivoArg>& arguments);
     /**
@@ -34,6 +34,7 @@ public Q_SLOTS:
     void reports(MivoPlugin* sender, QList<MivoArg>& arguments);
 
 private:
+    void clearGroups();
     MivoAccountConnection* account(const QString& id);
 
     QHash<QString, MivoAccountConnection*> accounts; // children of the plug-in, which they end with

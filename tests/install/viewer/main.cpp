@@ -54,7 +54,6 @@ int main(int argc, char** argv)
     out << frames.shownFrames() << " frame, " << frames.frame().width() << " x "
         << frames.frame().height() << '\n';
 
-    friends.removeBuddy(friends.buddyAt(1)); // members and their group keep each other alive
-    friends.removeBuddy(friends.buddyAt(0));
+    friends.clear(); // members and their group keep each other alive
     return 0;
 }
