@@ -12,11 +12,15 @@
 #include <QHash>
 #include <QLabel>
 #include <QLineEdit>
+#include <QPlainTextEdit>
 #include <QPointer>
 #include <QPushButton>
 #include <QSpinBox>
+#include <QTextCursor>
 #include <QVBoxLayout>
 
+#include <algorithm>
+#include <cstring>
 #include <functional>
 #include <limits>
 #include <vector>
@@ -28,6 +32,109 @@ QString literal(QString text)
 {
     return text.replace(QLatin1Char('&'), QLatin1String("&&"));
 }
+
+/** The kind that is the host's convention for secrets (MivoSecret.h), of those reserved for text. */
+const int secretKind = 8;
+
+/** The same to the last bit: a NaN is like itself. */
+bool isAlike(double a, double b)
+{
+    return std::memcmp(&a, &b, sizeof a) == 0;
+}
+
+/** Whether the editor of the one can stay for the other: all that is shown of them is the same. */
+bool isAlike(const MivoField& a, const MivoField& b)
+{
+    const MivoFieldPrivate* const one = MivoFieldPrivate::get(a);
+    const MivoFieldPrivate* const other = MivoFieldPrivate::get(b);
+    if (one == other)
+        return true;
+    if (!one || !other || one->type != other->type || one->label != other->label
+        || one->id != other->id || one->group != other->group || one->readOnly != other->readOnly
+        || one->visible != other->visible)
+        return false;
+    switch (int(MivoFieldPrivate::behaviourOf(one->type))) { // not all kinds have names
+    case MivoField::ComboBox:
+        return one->selectedIndex == other->selectedIndex
+            && one->comboBoxItems == other->comboBoxItems;
+    case MivoField::CheckBox:
+    case MivoField::RadioButton:
+        return one->checked == other->checked;
+    case MivoField::LineEdit:
+        return one->text == other->text && one->maxTextLength == other->maxTextLength;
+    case MivoField::TextEdit:
+        return one->text == other->text && a.getMaxTextLength() == b.getMaxTextLength();
+    case MivoField::SpinBox:
+        return one->intValue == other->intValue && one->spinBoxMin == other->spinBoxMin
+            && one->spinBoxMax == other->spinBoxMax;
+    case MivoField::DoubleSpinBox:
+        return isAlike(one->doubleValue, other->doubleValue)
+            && isAlike(one->doubleSpinBoxMin, other->doubleSpinBoxMin)
+            && isAlike(one->doubleSpinBoxMax, other->doubleSpinBoxMax);
+    default:
+        return one->imgData == other->imgData; // a button's action is asked for when it is clicked
+    }
+}
+
+bool areAlike(const QList<MivoField>& some, const QList<MivoField>& others)
+{
+    return some.size() == others.size()
+        && std::equal(some.begin(), some.end(), others.begin(),
+                      [](const MivoField& a, const MivoField& b) { return isAlike(a, b); });
+}
+
+/** Where the user stands in the editor that has the focus. */
+struct Typing
+{
+    QString id; ///< of the field; null when no editor has the focus
+    QString text;
+    int anchor = 0;
+    int position = 0;
+
+    static Typing in(const QWidget* form)
+    {
+        Typing typing;
+        const QWidget* const focused = QApplication::focusWidget();
+        if (!focused || !form->isAncestorOf(focused))
+            return typing;
+        typing.id = focused->objectName();
+        if (const auto* const line = qobject_cast<const QLineEdit*>(focused)) {
+            typing.text = line->text();
+            typing.position = line->cursorPosition();
+            const int start = line->selectionStart();
+            typing.anchor = start < 0      ? typing.position
+                : start == typing.position ? start + line->selectionLength()
+                                           : start;
+        } else if (const auto* const text = qobject_cast<const QPlainTextEdit*>(focused)) {
+            typing.text = text->toPlainText();
+            typing.position = text->textCursor().position();
+            typing.anchor = text->textCursor().anchor();
+        }
+        return typing;
+    }
+
+    /** Puts the user there again. Where another text stands the cursor is left at its place. */
+    void resumeIn(const QWidget* form) const
+    {
+        QWidget* const editor = id.isEmpty() ? nullptr : form->findChild<QWidget*>(id);
+        if (!editor)
+            return;
+        editor->setFocus();
+        if (auto* const line = qobject_cast<QLineEdit*>(editor)) {
+            if (line->text() == text) {
+                line->setCursorPosition(anchor);
+                line->cursorForward(true, position - anchor);
+            }
+        } else if (auto* const edit = qobject_cast<QPlainTextEdit*>(editor)) {
+            if (edit->toPlainText() == text) {
+                QTextCursor cursor = edit->textCursor();
+                cursor.setPosition(anchor);
+                cursor.setPosition(position, QTextCursor::KeepAnchor);
+                edit->setTextCursor(cursor);
+            }
+        }
+    }
+};
 
 /** Whether both hold the same; to a QVariant doubles that are close may be equal. */
 bool isSame(const QVariant& a, const QVariant& b)
@@ -264,6 +371,8 @@ void MivoFormWidgetPrivate::buildEditor(int i)
         line->setText(mivoShortened(field.getText(), longest));
         line->setCursorPosition(0);
         line->setReadOnly(isReadOnly);
+        if (int(field.getType()) == secretKind)
+            line->setEchoMode(QLineEdit::Password);
         editor.widget = line;
         editor.isExact = line->text() == field.getText();
         editor.value = [line] { return line->text(); };
@@ -398,12 +507,13 @@ QList<MivoField> MivoFormWidget::fields() const
 
 void MivoFormWidget::setFields(const QList<MivoField>& fields)
 {
-    QString focusId;
+    if (d->content && areAlike(fields, d->fields)) {
+        d->fields = fields; // whoever types goes on
+        return;
+    }
+    Typing typing;
     if (d->content) {
-        if (const QWidget* const focused = QApplication::focusWidget()) {
-            if (d->content->isAncestorOf(focused))
-                focusId = focused->objectName();
-        }
+        typing = Typing::in(d->content);
         // One of the old editors may be what has led here: it goes when it has returned, and is not
         // to be found by its name until then.
         d->watcher.reset();
@@ -418,8 +528,5 @@ void MivoFormWidget::setFields(const QList<MivoField>& fields)
     d->fields = fields;
     d->build();
     d->content->show();
-    if (!focusId.isEmpty()) {
-        if (QWidget* const editor = d->content->findChild<QWidget*>(focusId))
-            editor->setFocus();
-    }
+    typing.resumeIn(d->content);
 }

@@ -18,7 +18,8 @@ class MivoFormWidgetPrivate;
  * |------------------------|-------------------------------------------------------------------|
  * | ComboBox               | QComboBox; nothing is chosen when the index lies beyond the items |
  * | CheckBox, RadioButton  | QCheckBox, QRadioButton                                           |
- * | LineEdit, kinds 5 to 8 | QLineEdit                                                         |
+ * | LineEdit, kinds 5 to 7 | QLineEdit                                                         |
+ * | kind 8, for secrets    | QLineEdit that shows dots                                         |
  * | TextEdit               | QPlainTextEdit                                                    |
  * | SpinBox, DoubleSpinBox | QSpinBox, QDoubleSpinBox                                          |
  * | Label, images          | QLabel                                                            |
@@ -43,7 +44,11 @@ public:
 
     /** The fields in the order given, with the values that the user has changed. */
     QList<MivoField> fields() const;
-    /** Shows other fields, or the same with other values or flags; emits nothing. */
+    /**
+     * Shows other fields, or the same with other values or flags; emits nothing. The editor in
+     * which the user types keeps the focus when a field of its id stays, and the cursor with an
+     * unchanged text.
+     */
     void setFields(const QList<MivoField>& fields);
 
 Q_SIGNALS:

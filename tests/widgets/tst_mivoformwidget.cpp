@@ -4,6 +4,7 @@
 #include "MivoFormWidget.h"
 #include "MivoPlugin.h"
 #include "MivoPluginAction.h"
+#include "MivoSecret.h"
 
 #include <QAccessible>
 #include <QBuffer>
@@ -169,6 +170,13 @@ private Q_SLOTS:
     void aReceiverMayDeleteTheForm();
     void settingFieldsSaysNothing();
     void theFocusStaysOnTheFieldOfThatId();
+    void cursorAndSelectionStayInAnUnchangedText_data();
+    void cursorAndSelectionStayInAnUnchangedText();
+    void aFormThatLooksTheSameIsNotMadeAnew();
+    void whateverIsShownMakesTheFormAnew_data();
+    void whateverIsShownMakesTheFormAnew();
+    void aButtonRunsTheActionOfTheNewestForm();
+    void aSecretIsMasked();
     void copiesOutsideAreNotChanged();
 };
 
@@ -864,6 +872,138 @@ void tst_MivoFormWidget::theFocusStaysOnTheFieldOfThatId()
     form.editor<QLineEdit>("b")->setFocus();
     form.widget.setFields({line("b", "z"), line("a", "x")});
     QCOMPARE(QApplication::focusWidget(), static_cast<QWidget*>(form.editor<QLineEdit>("b")));
+}
+
+void tst_MivoFormWidget::cursorAndSelectionStayInAnUnchangedText_data()
+{
+    QTest::addColumn<int>("anchor");
+    QTest::addColumn<int>("position");
+    QTest::newRow("cursor") << 2 << 2;
+    QTest::newRow("selected forwards") << 1 << 4;
+    QTest::newRow("selected backwards") << 4 << 1;
+}
+
+void tst_MivoFormWidget::cursorAndSelectionStayInAnUnchangedText()
+{
+    QFETCH(int, anchor);
+    QFETCH(int, position);
+    Form form({line("a", "abcdef"), text("t", "abcdef")});
+    form.widget.activateWindow();
+    QVERIFY(QTest::qWaitForWindowActive(&form.widget));
+    auto* editor = form.editor<QLineEdit>("a");
+    editor->setFocus();
+    editor->setCursorPosition(anchor);
+    editor->cursorForward(true, position - anchor);
+    form.widget.setFields({line("a", "abcdef"), text("t", "abcdef"), check("new", true)});
+    QVERIFY(form.editor<QLineEdit>("a") != editor);
+    editor = form.editor<QLineEdit>("a");
+    QCOMPARE(editor->cursorPosition(), position);
+    QCOMPARE(editor->selectedText(),
+             QString("abcdef").mid(std::min(anchor, position), std::abs(position - anchor)));
+
+    QPlainTextEdit* edit = form.editor<QPlainTextEdit>("t");
+    edit->setFocus();
+    QTextCursor cursor = edit->textCursor();
+    cursor.setPosition(anchor);
+    cursor.setPosition(position, QTextCursor::KeepAnchor);
+    edit->setTextCursor(cursor);
+    form.widget.setFields({line("a", "abcdef"), text("t", "abcdef")});
+    edit = form.editor<QPlainTextEdit>("t");
+    QCOMPARE(edit->textCursor().anchor(), anchor);
+    QCOMPARE(edit->textCursor().position(), position);
+    form.widget.setFields({text("t", "another")});
+    QCOMPARE(form.editor<QPlainTextEdit>("t")->textCursor().position(), 0);
+}
+
+void tst_MivoFormWidget::aFormThatLooksTheSameIsNotMadeAnew()
+{
+    const auto fields = [] {
+        return QList<MivoField>({line("a", "x"), text("t", "y"), radio("r", true), check("c", true),
+                                 number("n", 0, 9, 5), real("d", 0, 1, notANumber),
+                                 combo("b", {"x", "y"}, 1), MivoField("A label", "l", QString("G")),
+                                 MivoField()});
+    };
+    Form form(fields());
+    const QPointer<QLineEdit> editor = form.editor<QLineEdit>("a");
+    const QList<MivoField> others = fields();
+    form.widget.setFields(others);
+    QCOMPARE(form.editor<QLineEdit>("a"), editor.data());
+    QVERIFY(form.widget.fields().at(7) == others.at(7)); // the very fields that were given
+    QTest::keyClicks(editor, "z");
+    QCOMPARE(form.widget.fields().at(0).getText(), QString("zx"));
+    form.widget.setFields(fields());
+    QCOMPARE(form.editor<QLineEdit>("a")->text(), QString("x"));
+}
+
+void tst_MivoFormWidget::whateverIsShownMakesTheFormAnew_data()
+{
+    QTest::addColumn<MivoField>("before");
+    QTest::addColumn<MivoField>("after");
+    MivoField readOnly = line("a", "x");
+    readOnly.setReadOnly(true);
+    MivoField hidden = line("a", "x");
+    hidden.setVisible(false);
+    QByteArray someBytes("one");
+    QByteArray otherBytes("two");
+    QTest::newRow("text") << line("a", "x") << line("a", "y");
+    QTest::newRow("length") << line("a", "x") << line("a", "x", 9);
+    QTest::newRow("group") << line("a", "x") << line("a", "x", 0, "H");
+    QTest::newRow("id") << line("a", "x") << line("b", "x");
+    QTest::newRow("kind") << line("a", "x") << text("a", "x");
+    QTest::newRow("label") << MivoField("State: on", "a", "G") << MivoField("State: off", "a", "G");
+    QTest::newRow("read-only") << line("a", "x") << readOnly;
+    QTest::newRow("hidden") << line("a", "x") << hidden;
+    QTest::newRow("lines") << text("a", "x") << text("a", "y");
+    QTest::newRow("lines' length") << text("a", "x") << text("a", "x", 9);
+    QTest::newRow("radio button") << radio("a", true) << radio("a", false);
+    QTest::newRow("check box") << check("a", true) << check("a", false);
+    QTest::newRow("number") << number("a", 0, 9, 5) << number("a", 0, 9, 6);
+    QTest::newRow("minimum") << number("a", 0, 9, 5) << number("a", 1, 9, 5);
+    QTest::newRow("maximum") << number("a", 0, 9, 5) << number("a", 0, 8, 5);
+    QTest::newRow("double") << real("a", 0, 1, 0.0) << real("a", 0, 1, -0.0);
+    QTest::newRow("double's minimum") << real("a", 0, 1, 0.5) << real("a", 0.1, 1, 0.5);
+    QTest::newRow("double's maximum") << real("a", 0, 1, 0.5) << real("a", 0, 2, 0.5);
+    QTest::newRow("item") << combo("a", {"x", "y"}, 0) << combo("a", {"x", "y"}, 1);
+    QTest::newRow("items") << combo("a", {"x", "y"}, 0) << combo("a", {"x", "z"}, 0);
+    QTest::newRow("image") << MivoField("a", someBytes, "G") << MivoField("a", otherBytes, "G");
+    QTest::newRow("null") << line("a", "x") << MivoField();
+}
+
+void tst_MivoFormWidget::whateverIsShownMakesTheFormAnew()
+{
+    QFETCH(MivoField, before);
+    QFETCH(MivoField, after);
+    Form form({before, line("other", "")});
+    const QLineEdit* const other = form.editor<QLineEdit>("other");
+    form.widget.setFields({after, line("other", "")});
+    QVERIFY(form.editor<QLineEdit>("other") != other);
+}
+
+void tst_MivoFormWidget::aButtonRunsTheActionOfTheNewestForm()
+{
+    const auto button = [] { return MivoField("Button", "b", MivoPluginAction(), QString("G")); };
+    Form form({button()});
+    const QPushButton* const shown = form.editor<QPushButton>("b");
+    const QList<MivoField> newest = {button()};
+    form.widget.setFields(newest);
+    QCOMPARE(static_cast<const QPushButton*>(form.editor<QPushButton>("b")), shown);
+    QVERIFY(form.widget.fields().at(0) == newest.at(0));
+}
+
+void tst_MivoFormWidget::aSecretIsMasked()
+{
+    const MivoField secret(MivoSecretField, "Password", "p", "sesame", 64, "G");
+    Form form({secret, line("a", "sesame")});
+    auto* const editor = form.editor<QLineEdit>("p");
+    QCOMPARE(editor->text(), QString("sesame"));
+    QCOMPARE(editor->displayText().size(), 6);
+    QVERIFY(!editor->displayText().contains(QRegularExpression("[a-z]")));
+    QCOMPARE(form.editor<QLineEdit>("a")->displayText(), QString("sesame"));
+    QTest::keyClicks(editor, "!");
+    QCOMPARE(form.widget.fields().at(0).getText(), QString("!sesame"));
+    QCOMPARE(form.widget.fields().at(0).getType(), MivoSecretField);
+    const QAccessibleInterface* const read = QAccessible::queryAccessibleInterface(editor);
+    QVERIFY(!read->text(QAccessible::Value).contains("sesame"));
 }
 
 void tst_MivoFormWidget::copiesOutsideAreNotChanged()

@@ -17,7 +17,7 @@
 
 namespace {
 
-enum HistoryRole { PluginRole = Qt::UserRole, SlotRole, ArgumentsRole };
+enum HistoryRole { PluginRole = Qt::UserRole, SlotRole, ArgumentsRole, AnswerRole };
 
 /** The first line that is no value, if there is one. */
 struct Mistake
@@ -61,9 +61,9 @@ QString textOf(const CallAnswer& answer)
 
 } // namespace
 
-CallsPage::CallsPage(Session& usedSession, QWidget* parent)
+CallsPage::CallsPage(BackgroundHost& usedHost, QWidget* parent)
     : QWidget(parent)
-    , session(usedSession)
+    , host(usedHost)
     , plugins(new QComboBox)
     , slotNames(new QComboBox)
     , arguments(new QPlainTextEdit)
@@ -98,7 +98,7 @@ CallsPage::CallsPage(Session& usedSession, QWidget* parent)
     answer->setFont(QFontDatabase::systemFont(QFontDatabase::FixedFont));
     history->setObjectName("history");
     history->setAccessibleName(tr("Calls so far"));
-    history->setToolTip(tr("Return or a double click calls once more"));
+    history->setToolTip(tr("Shows the answer; Return or a double click calls once more"));
 
     QFormLayout* const form = new QFormLayout;
     form->addRow(tr("&Plug-in"), plugins);
@@ -123,8 +123,8 @@ CallsPage::CallsPage(Session& usedSession, QWidget* parent)
     QVBoxLayout* const layout = new QVBoxLayout(this);
     layout->addWidget(all);
 
-    connect(&session, &Session::opened, this, &CallsPage::takePlugins);
-    connect(&session, &Session::closing, this, &CallsPage::clear);
+    connect(&host, &BackgroundHost::opened, this, &CallsPage::takePlugins);
+    connect(&host, &BackgroundHost::closing, this, &CallsPage::clear);
     connect(plugins, QOverload<int>::of(&QComboBox::currentIndexChanged), this,
             &CallsPage::takeSlots);
     connect(slotNames, QOverload<int>::of(&QComboBox::currentIndexChanged), this,
@@ -132,6 +132,7 @@ CallsPage::CallsPage(Session& usedSession, QWidget* parent)
     connect(arguments, &QPlainTextEdit::textChanged, this, &CallsPage::check);
     connect(button, &QPushButton::clicked, this, &CallsPage::run);
     connect(history, &QListWidget::itemActivated, this, &CallsPage::repeat);
+    connect(history, &QListWidget::currentItemChanged, this, &CallsPage::showAnswer);
     connect(&timer, &QTimer::timeout, this, &CallsPage::tick);
     timer.setInterval(200);
     takePlugins();
@@ -140,7 +141,7 @@ CallsPage::CallsPage(Session& usedSession, QWidget* parent)
 void CallsPage::takePlugins()
 {
     const QString before = plugins->currentText();
-    known = session.plugins();
+    known = host.plugins();
     plugins->clear();
     for (const PluginInfo& plugin : qAsConst(known))
         plugins->addItem(oneLine(plugin.name));
@@ -190,7 +191,7 @@ void CallsPage::check()
         marks.append(mark);
     }
     arguments->setExtraSelections(marks);
-    button->setText(slotNames->currentData().toBool() ? tr("&Post") : tr("&Call"));
+    button->setText(slotNames->currentData().toBool() ? tr("P&ost") : tr("&Call"));
     button->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_Return));
     button->setEnabled(found.line < 0 && slotNames->currentIndex() >= 0);
 }
@@ -214,21 +215,21 @@ void CallsPage::run()
     item->setData(SlotRole, slotNames->currentText());
     item->setData(ArgumentsRole, text);
     history->insertItem(0, item);
-    history->setCurrentItem(item);
     if (slotNames->currentData().toBool()) {
-        session.post(plugin, slot, values);
-        answer->setPlainText(tr("posted"));
+        item->setData(AnswerRole, tr("posted"));
+        history->setCurrentItem(item);
+        host.post(plugin, slot, values);
         return;
     }
+    history->setCurrentItem(item);
     Running running;
     running.since.start();
     running.item = item;
     running.call = call;
     calls.append(running);
-    answer->clear();
     timer.start();
     tick();
-    session.call(plugin, slot, values, this, [this, item, call](const CallAnswer& given) {
+    host.call(plugin, slot, values, this, [this, item, call](const CallAnswer& given) {
         for (int i = 0; i < calls.size(); ++i) {
             if (calls.at(i).item == item) {
                 calls.removeAt(i);
@@ -236,7 +237,9 @@ void CallsPage::run()
             }
         }
         item->setText(given.isGiven ? call : tr("%1: failed").arg(call));
-        answer->setPlainText(textOf(given));
+        item->setData(AnswerRole, textOf(given));
+        if (history->currentItem() == item)
+            showAnswer();
         if (!given.isGiven)
             Q_EMIT failed(tr("%1: %2").arg(call, given.error));
         tick();
@@ -254,7 +257,13 @@ void CallsPage::repeat(QListWidgetItem* item)
         run();
         return;
     }
-    Q_EMIT failed(tr("%1 is not open any more.").arg(item->data(PluginRole).toString()));
+    Q_EMIT failed(tr("%1 is not open any more.").arg(oneLine(item->data(PluginRole).toString())));
+}
+
+void CallsPage::showAnswer()
+{
+    const QListWidgetItem* const item = history->currentItem();
+    answer->setPlainText(item ? item->data(AnswerRole).toString() : QString());
 }
 
 void CallsPage::tick()

@@ -1,7 +1,7 @@
 #ifndef CALLSPAGE_H
 #define CALLSPAGE_H
 
-#include "Session.h"
+#include "BackgroundHost.h"
 
 #include <QElapsedTimer>
 #include <QTimer>
@@ -21,7 +21,7 @@ class CallsPage : public QWidget
     Q_OBJECT
 
 public:
-    explicit CallsPage(Session& session, QWidget* parent = nullptr);
+    explicit CallsPage(BackgroundHost& host, QWidget* parent = nullptr);
 
 public Q_SLOTS:
     /** Calls or posts what is chosen. */
@@ -31,16 +31,15 @@ Q_SIGNALS:
     void failed(const QString& message);
 
 private:
-    struct Entry;
-
     void takePlugins();
     void clear();
     void takeSlots();
     void check();
     void repeat(QListWidgetItem* item);
+    void showAnswer();
     void tick();
 
-    Session& session;
+    BackgroundHost& host;
     QList<PluginInfo> known;
     QComboBox* const plugins;
     QComboBox* const slotNames;

@@ -2,6 +2,7 @@
 
 #include "DisplayText.h"
 
+#include <MivoBuddyGroup.h>
 #include <MivoHostLog.h>
 
 #include <QCheckBox>
@@ -10,6 +11,7 @@
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QLineEdit>
+#include <QMutex>
 #include <QPainter>
 #include <QPushButton>
 #include <QStyledItemDelegate>
@@ -66,11 +68,44 @@ void count(const QAbstractItemModel& model, const QModelIndex& parent, int& all,
     }
 }
 
+const int describeMs = 50; // for changes that come in great numbers
+
 } // namespace
 
-ContactsPage::ContactsPage(Session& usedSession, QWidget* parent)
+/** The way from a plug-in's thread to a model, which may go at any time. */
+struct ContactsPage::Link
+{
+    QMutex mutex;
+    MivoBuddyModel* model; ///< null when it has gone
+};
+
+/** The contact list of one plug-in. */
+struct ContactsPage::Roster
+{
+    explicit Roster(const PluginInfo& listed)
+        : plugin(listed)
+        , link(std::make_shared<Link>())
+    {
+        link->model = &model;
+    }
+    ~Roster()
+    {
+        const QMutexLocker locker(&link->mutex);
+        link->model = nullptr;
+    }
+
+    const PluginInfo plugin;
+    MivoBuddyModel model;
+    const std::shared_ptr<Link> link;
+    QString exportFile; ///< that is to be read; empty for none
+    QString refusal; ///< why there is nothing to show
+    bool isAsked = false;
+    bool isStale = false; ///< to be asked once more
+};
+
+ContactsPage::ContactsPage(BackgroundHost& usedHost, QWidget* parent)
     : QWidget(parent)
-    , session(usedSession)
+    , host(usedHost)
     , plugins(new QComboBox)
     , searchLine(new QLineEdit)
     , readButton(new QPushButton(tr("&Read contacts…")))
@@ -78,7 +113,7 @@ ContactsPage::ContactsPage(Session& usedSession, QWidget* parent)
     , status(new QLabel)
 {
     setObjectName("contacts");
-    filter.setSourceModel(&model);
+    filter.setSourceModel(&none);
     plugins->setObjectName("rosters");
     plugins->setAccessibleName(tr("Plug-in"));
     searchLine->setObjectName("search");
@@ -92,6 +127,8 @@ ContactsPage::ContactsPage(Session& usedSession, QWidget* parent)
     tree->setHeaderHidden(true);
     tree->setUniformRowHeights(true);
     tree->setItemDelegate(new UnreadDelegate(tree));
+    status->setObjectName("contactsStatus");
+    status->setTextFormat(Qt::PlainText);
     QCheckBox* const offline = new QCheckBox(tr("&Hide who is offline"));
     offline->setObjectName("hideOffline");
 
@@ -106,52 +143,92 @@ ContactsPage::ContactsPage(Session& usedSession, QWidget* parent)
     layout->addWidget(status);
 
     connect(readButton, &QPushButton::clicked, this, &ContactsPage::choose);
+    connect(plugins, QOverload<int>::of(&QComboBox::currentIndexChanged), this,
+            &ContactsPage::switchTo);
     connect(searchLine, &QLineEdit::textChanged, &filter, &MivoBuddyFilterModel::setSearchText);
     connect(searchLine, &QLineEdit::textChanged, tree, &QTreeView::expandAll);
     connect(offline, &QCheckBox::toggled, &filter, &MivoBuddyFilterModel::setOfflineHidden);
-    connect(&session, &Session::opened, this, &ContactsPage::takePlugins);
-    connect(&session, &Session::closing, this, &ContactsPage::clear);
-    connect(&session, &Session::closed, this, &ContactsPage::clear);
-    for (const auto signal : {&QAbstractItemModel::rowsInserted, &QAbstractItemModel::rowsRemoved})
-        connect(&model, signal, this, &ContactsPage::describe);
-    connect(&model, &QAbstractItemModel::dataChanged, this, &ContactsPage::describe);
-    connect(&model, &QAbstractItemModel::rowsInserted, this, [this](const QModelIndex& above) {
-        if (!above.isValid())
-            tree->expandAll();
-        if (!hasRead) {
-            hasRead = true;
-            Q_EMIT filled();
-        }
-    });
+    for (const auto signal : {&QTreeView::clicked, &QTreeView::activated})
+        connect(tree, signal, this, [this](const QModelIndex& index) {
+            if (const Roster* const roster = chosen())
+                Q_EMIT activated(roster->plugin,
+                                 index.data(MivoBuddyModel::BuddyRole).value<MivoBuddy>());
+        });
+    connect(&host, &BackgroundHost::opened, this, &ContactsPage::takePlugins);
+    connect(&host, &BackgroundHost::closing, this, &ContactsPage::clear);
+    connect(&host, &BackgroundHost::entriesChanged, this, &ContactsPage::update);
+    connect(&host, &BackgroundHost::contactListChanged, this, &ContactsPage::askAgain);
+    describing.setSingleShot(true);
+    describing.setInterval(describeMs);
+    connect(&describing, &QTimer::timeout, this, &ContactsPage::describe);
+    const auto describeSoon = [this] {
+        if (!describing.isActive())
+            describing.start();
+    };
+    connect(&filter, &QAbstractItemModel::rowsInserted, this, describeSoon);
+    connect(&filter, &QAbstractItemModel::rowsRemoved, this, describeSoon);
+    connect(&filter, &QAbstractItemModel::dataChanged, this, describeSoon);
+    // Groups that come are open; the others stay as the user has them.
+    connect(&filter, &QAbstractItemModel::rowsInserted, this,
+            [this](const QModelIndex& above, int first, int last) {
+                for (int row = first; !above.isValid() && row <= last; ++row)
+                    tree->expandRecursively(filter.index(row, 0));
+            });
     takePlugins();
 }
 
-PluginInfo ContactsPage::chosen() const
+ContactsPage::~ContactsPage()
 {
-    return rosters.value(plugins->currentIndex());
+    filter.setSourceModel(&none);
+}
+
+ContactsPage::Roster* ContactsPage::chosen() const
+{
+    const int index = plugins->currentIndex();
+    return index >= 0 && index < int(rosters.size()) ? rosters[std::size_t(index)].get() : nullptr;
+}
+
+ContactsPage::Roster* ContactsPage::rosterOf(const MivoPlugin* plugin) const
+{
+    for (const auto& roster : rosters) {
+        if (roster->plugin.plugin == plugin)
+            return roster.get();
+    }
+    return nullptr;
 }
 
 void ContactsPage::takePlugins()
 {
-    rosters.clear();
-    plugins->clear();
-    for (const PluginInfo& plugin : session.plugins()) {
-        if (plugin.calls.contains("roster")) {
-            rosters.append(plugin);
-            plugins->addItem(plugin.name);
-        }
+    clear();
+    for (const PluginInfo& plugin : host.plugins()) {
+        if (!plugin.calls.contains("roster"))
+            continue;
+        rosters.push_back(std::make_unique<Roster>(plugin));
+        rosters.back()->exportFile = exports.value(plugin.file);
+    }
+    for (const auto& roster : rosters) {
+        plugins->addItem(oneLine(roster->plugin.name));
+        ask(*roster);
     }
     plugins->setVisible(rosters.size() > 1);
-    readButton->setEnabled(!rosters.isEmpty());
+    readButton->setEnabled(!rosters.empty());
     describe();
 }
 
 void ContactsPage::clear()
 {
-    model.setGroups({});
+    filter.setSourceModel(&none);
     rosters.clear();
     plugins->clear();
-    hasRead = false;
+    awaited = 0;
+    describe();
+}
+
+void ContactsPage::switchTo(int)
+{
+    Roster* const roster = chosen();
+    filter.setSourceModel(roster ? &roster->model : &none);
+    tree->expandAll();
     describe();
 }
 
@@ -159,13 +236,20 @@ void ContactsPage::describe()
 {
     int all = 0;
     int online = 0;
-    count(model, QModelIndex(), all, online);
-    if (all > 0)
-        status->setText(tr("%1 contacts, %2 of them not offline").arg(all).arg(online));
-    else if (rosters.isEmpty())
+    count(*filter.sourceModel(), QModelIndex(), all, online);
+    const Roster* const roster = chosen();
+    if (!roster)
         status->setText(tr("No plug-in with a call \"roster\" is open."));
+    else if (roster->isAsked && all == 0)
+        status->setText(roster->exportFile.isEmpty()
+                            ? tr("Reading…")
+                            : tr("Reading %1…").arg(oneLine(roster->exportFile)));
+    else if (all > 0)
+        status->setText(tr("%1 contacts, %2 of them not offline").arg(all).arg(online));
     else
-        status->setText(tr("No contacts have been read."));
+        status->setText(roster->refusal.isEmpty()
+                            ? tr("There are no contacts.")
+                            : tr("No contacts have been read: %1").arg(roster->refusal));
 }
 
 void ContactsPage::search()
@@ -187,39 +271,93 @@ void ContactsPage::choose()
 
 void ContactsPage::read(const QString& file)
 {
-    const PluginInfo plugin = chosen();
-    if (!plugin.plugin) {
+    Roster* const roster = chosen();
+    if (!roster) {
         Q_EMIT failed(
             tr("%1 was not read: no plug-in with a call \"roster\" is open.").arg(oneLine(file)));
         return;
     }
-    status->setText(tr("Reading %1…").arg(oneLine(file)));
-    session.call(plugin, "roster", {MivoArg(file)}, this,
-                 [this, plugin](const CallAnswer& answer) { show(plugin, answer); });
+    roster->exportFile = file;
+    ask(*roster);
+    describe();
 }
 
-void ContactsPage::show(const PluginInfo& plugin, const CallAnswer& answer)
+void ContactsPage::ask(Roster& roster)
 {
-    describe();
+    if (roster.isAsked) {
+        roster.isStale = true; // what is on its way may be older than what was to be told
+        return;
+    }
+    roster.isAsked = true;
+    roster.isStale = false;
+    ++awaited;
+    const MivoPlugin* const plugin = roster.plugin.plugin;
+    QList<MivoArg> arguments;
+    if (!roster.exportFile.isEmpty())
+        arguments.append(MivoArg(roster.exportFile));
+    const int generation = roster.plugin.generation;
+    const QString file = roster.exportFile;
+    host.call(roster.plugin, "roster", arguments, this,
+              [this, plugin, generation, file](const CallAnswer& answer) {
+                  Roster* const asked = rosterOf(plugin);
+                  if (asked && asked->plugin.generation == generation)
+                      show(*asked, file, answer);
+              });
+}
+
+void ContactsPage::show(Roster& roster, const QString& file, const CallAnswer& answer)
+{
     QString error = answer.error;
     QList<MivoBuddyGroup> groups;
     for (const MivoArg& value : answer.values) {
-        if (value.getType() != MivoArg::Buddy) {
-            error = tr("%1 answered %2; expected groups").arg(plugin.name, displayText(value));
+        if (value.getType() != MivoArg::Buddy || value.toBuddy().getType() != MivoBuddy::Group) {
+            error = tr("%1 answered %2; expected groups")
+                        .arg(oneLine(roster.plugin.name), oneLine(displayText(value)));
             break;
         }
         groups.append(MivoBuddyGroup(value.toBuddy()));
     }
+    roster.refusal = error;
+    const MivoPlugin* const plugin = roster.plugin.plugin;
+    const int generation = roster.plugin.generation;
+    const auto shown = [this, plugin, generation] {
+        Roster* const asked = rosterOf(plugin);
+        if (!asked || asked->plugin.generation != generation)
+            return;
+        asked->isAsked = false;
+        --awaited;
+        describe();
+        if (asked->isStale)
+            ask(*asked);
+    };
     if (!error.isEmpty()) {
-        Q_EMIT failed(tr("The contacts were not read: %1").arg(oneLine(error)));
+        // A plug-in that wants a file says so where the contacts would be.
+        if (!file.isEmpty())
+            Q_EMIT failed(tr("The contacts were not read: %1").arg(error));
+        shown();
         return;
     }
     // The entries are read in the thread that changes them.
-    MivoBuddyModel* const shown = &model;
-    session.inPlugin(plugin, [shown, groups] { shown->setGroups(groups); });
+    const std::shared_ptr<Link> link = roster.link;
+    host.inPlugin(roster.plugin, [link, groups, shown] {
+        const QMutexLocker locker(&link->mutex);
+        if (!link->model)
+            return;
+        link->model->setGroups(groups);
+        QMetaObject::invokeMethod(link->model, shown, Qt::QueuedConnection);
+    });
+    if (!file.isEmpty()) {
+        exports.insert(roster.plugin.file, file);
+        report(roster.plugin);
+    }
+}
+
+/** Has the log say what the plug-in has skipped in the export. */
+void ContactsPage::report(const PluginInfo& plugin)
+{
     if (!plugin.calls.contains("reports"))
         return;
-    session.call(plugin, "reports", {}, this, [](const CallAnswer& reports) {
+    host.call(plugin, "reports", {}, this, [](const CallAnswer& reports) {
         for (const MivoArg& value : reports.values) {
             if (value.getType() != MivoArg::StringList)
                 continue;
@@ -227,4 +365,25 @@ void ContactsPage::show(const PluginInfo& plugin, const CallAnswer& answer)
                 MivoHostLog::write(report);
         }
     });
+}
+
+void ContactsPage::update(MivoPlugin* plugin, const QList<MivoBuddy>& entries)
+{
+    const Roster* const roster = rosterOf(plugin);
+    if (!roster)
+        return;
+    const std::shared_ptr<Link> link = roster->link;
+    host.inPlugin(roster->plugin, [link, entries] {
+        const QMutexLocker locker(&link->mutex);
+        if (!link->model)
+            return;
+        for (const MivoBuddy& entry : entries)
+            link->model->update(entry);
+    });
+}
+
+void ContactsPage::askAgain(MivoPlugin* plugin)
+{
+    if (Roster* const roster = rosterOf(plugin))
+        ask(*roster);
 }

@@ -1,12 +1,17 @@
 #ifndef CONTACTSPAGE_H
 #define CONTACTSPAGE_H
 
-#include "Session.h"
+#include "BackgroundHost.h"
 
 #include <MivoBuddyFilterModel.h>
 #include <MivoBuddyModel.h>
 
+#include <QHash>
+#include <QTimer>
 #include <QWidget>
+
+#include <memory>
+#include <vector>
 
 class QComboBox;
 class QLabel;
@@ -14,18 +19,23 @@ class QLineEdit;
 class QPushButton;
 class QTreeView;
 
-/** The contact list of a plug-in with a call "roster", read from a file. */
+/**
+ * The contact lists of the plug-ins with a call "roster", one at a time. A list that the plug-in
+ * answers without an argument is shown at once; the others are read from a file. Both follow the
+ * plug-in's signals.
+ */
 class ContactsPage : public QWidget
 {
     Q_OBJECT
 
 public:
-    ContactsPage(Session& session, QWidget* parent = nullptr);
+    explicit ContactsPage(BackgroundHost& host, QWidget* parent = nullptr);
+    ~ContactsPage() override;
 
-    /** Reads the contacts from a server export. */
+    /** Reads the contacts from a server export, by the plug-in that is chosen. */
     void read(const QString& file);
-    /** Whether what was to be read is shown. */
-    bool isFilled() const { return hasRead; }
+    /** Whether all lists that have been asked for are shown. */
+    bool isFilled() const { return awaited == 0; }
 
 public Q_SLOTS:
     /** Asks for the file. */
@@ -34,20 +44,32 @@ public Q_SLOTS:
 
 Q_SIGNALS:
     void failed(const QString& message);
-    void filled();
+    /** The user wants to do something with an entry. */
+    void activated(const PluginInfo& plugin, const MivoBuddy& entry);
 
 private:
+    struct Link;
+    struct Roster;
+
     void takePlugins();
     void clear();
-    void show(const PluginInfo& plugin, const CallAnswer& answer);
+    void switchTo(int index);
+    void ask(Roster& roster);
+    void show(Roster& roster, const QString& file, const CallAnswer& answer);
+    void report(const PluginInfo& plugin);
+    void update(MivoPlugin* plugin, const QList<MivoBuddy>& entries);
+    void askAgain(MivoPlugin* plugin);
     void describe();
-    PluginInfo chosen() const;
+    Roster* chosen() const;
+    Roster* rosterOf(const MivoPlugin* plugin) const;
 
-    Session& session;
-    MivoBuddyModel model;
+    BackgroundHost& host;
+    MivoBuddyModel none;
     MivoBuddyFilterModel filter;
-    QList<PluginInfo> rosters;
-    bool hasRead = false;
+    std::vector<std::unique_ptr<Roster>> rosters;
+    QHash<QString, QString> exports; ///< what has been read, by the plug-in's file
+    int awaited = 0;
+    QTimer describing;
 
     QComboBox* const plugins;
     QLineEdit* const searchLine;

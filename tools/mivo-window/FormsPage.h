@@ -1,47 +1,62 @@
 #ifndef FORMSPAGE_H
 #define FORMSPAGE_H
 
-#include "Session.h"
+#include "BackgroundHost.h"
 
-#include <QHash>
+#include <QSet>
 #include <QWidget>
 
 class MivoFormWidget;
+class QCheckBox;
+class QPushButton;
 class QTabWidget;
 
-/** The form of one plug-in. */
+/**
+ * The form of one plug-in. What the user has changed stays until it is handed over or given up,
+ * also when the plug-in has changed the form meanwhile.
+ */
 class FormTab : public QWidget
 {
     Q_OBJECT
 
 public:
-    FormTab(Session& session, const PluginInfo& plugin, const QList<MivoField>& fields,
+    FormTab(BackgroundHost& host, const PluginInfo& plugin, const QList<MivoField>& fields,
             QWidget* parent = nullptr);
 
-    /** Whether it differs from what the plug-in has and what was saved last. */
-    bool isChanged() const { return changed; }
+    /** Whether there is something that the plug-in does not have. */
+    bool isChanged() const { return !touched.isEmpty(); }
+    const MivoPlugin* plugin() const { return shown.plugin; }
 
     void loadFrom(const QString& file);
     void saveTo(const QString& file);
 
 public Q_SLOTS:
+    /** Hands the values to the plug-in and shows the form as it then is. */
+    void apply();
     /** Asks for a file of values. */
     void load();
     void save();
-    /** Shows what the plug-in has. */
+    /** Gives up what has been changed. */
     void restore();
+    /** Shows what the plug-in has where nothing has been changed. */
+    void follow();
 
 Q_SIGNALS:
     void failed(const QString& message);
     void changedChanged();
 
 private:
-    void setChanged(bool isChanged);
+    void take(QList<MivoField> fields);
+    void describe();
 
-    Session& session;
-    const PluginInfo plugin;
+    BackgroundHost& host;
+    const PluginInfo shown;
     MivoFormWidget* const form;
-    bool changed = false;
+    QPushButton* const applyButton;
+    QCheckBox* const withSecrets;
+    QSet<QString> touched; ///< the ids of fields that the user has changed
+    int requests = 0; ///< to the plug-in; only what answers the last one is shown
+    bool isApplying = false;
 };
 
 /** The forms of all plug-ins that have one. */
@@ -50,23 +65,24 @@ class FormsPage : public QWidget
     Q_OBJECT
 
 public:
-    explicit FormsPage(Session& session, QWidget* parent = nullptr);
+    explicit FormsPage(BackgroundHost& host, QWidget* parent = nullptr);
 
-    bool isFilled() const { return hasForms; }
+    /** Whether all forms that have been asked for are shown. */
+    bool isFilled() const { return awaited == 0; }
 
 Q_SIGNALS:
     void failed(const QString& message);
-    void filled();
 
 private:
     void takePlugins();
     void clear();
+    void ask(const PluginInfo& plugin);
+    void follow(const MivoPlugin* plugin);
     void add(const PluginInfo& plugin, const QList<MivoField>& fields);
 
-    Session& session;
+    BackgroundHost& host;
     QTabWidget* const tabs;
     int awaited = 0;
-    bool hasForms = false;
 };
 
 #endif

@@ -13,9 +13,9 @@ const int framesMs = 50; // between two frames that are fetched
 
 } // namespace
 
-FramesPage::FramesPage(Session& usedSession, QWidget* parent)
+FramesPage::FramesPage(BackgroundHost& usedHost, QWidget* parent)
     : QWidget(parent)
-    , session(usedSession)
+    , host(usedHost)
     , widget(new MivoFrameWidget)
     , button(new QPushButton)
     , status(new QLabel)
@@ -31,8 +31,8 @@ FramesPage::FramesPage(Session& usedSession, QWidget* parent)
     layout->addWidget(widget, 1);
     connect(button, &QPushButton::clicked, this, [this] { runs ? stop() : start(); });
     connect(&timer, &QTimer::timeout, this, &FramesPage::next);
-    connect(&session, &Session::opened, this, &FramesPage::takePlugins);
-    connect(&session, &Session::closing, this, [this] {
+    connect(&host, &BackgroundHost::opened, this, &FramesPage::takePlugins);
+    connect(&host, &BackgroundHost::closing, this, [this] {
         stop(); // the host cannot shut down while frames are under way
         producer = PluginInfo();
         consumer = PluginInfo();
@@ -44,24 +44,26 @@ FramesPage::FramesPage(Session& usedSession, QWidget* parent)
 
 bool FramesPage::isFilled() const
 {
-    return widget->shownFrames() > 0;
+    return widget->shownFrames() > 0 || !producer.plugin || !consumer.plugin;
 }
 
 void FramesPage::takePlugins()
 {
-    for (const PluginInfo& plugin : session.plugins()) {
+    for (const PluginInfo& plugin : host.plugins()) {
         if (plugin.calls.contains("start") && plugin.calls.contains("rings"))
             producer = plugin;
         if (plugin.calls.contains("keepFrame") && plugin.calls.contains("keptFrame"))
             consumer = plugin;
     }
     describe();
+    if (isWanted)
+        start();
 }
 
 void FramesPage::describe()
 {
     const bool isPossible = producer.plugin && consumer.plugin;
-    button->setText(runs ? tr("&Stop") : tr("&Start"));
+    button->setText(runs ? tr("S&top") : tr("S&tart"));
     button->setEnabled(isPossible);
     if (!isPossible)
         status->setText(tr("Open the plug-ins frames_consumer and frames_producer to see frames."));
@@ -75,20 +77,22 @@ void FramesPage::describe()
 
 void FramesPage::start()
 {
+    isWanted = true;
     if (runs || !producer.plugin || !consumer.plugin)
         return;
+    isWanted = false;
     runs = true;
     describe();
-    session.call(producer, "start", {MivoArg(640), MivoArg(360), MivoArg(16.0F / 9.0F)}, this,
-                 [this](const CallAnswer& answer) {
-                     if (answer.isGiven) {
-                         timer.start();
-                         return;
-                     }
-                     runs = false;
-                     describe();
-                     Q_EMIT failed(tr("The frames were not started: %1").arg(answer.error));
-                 });
+    host.call(producer, "start", {MivoArg(640), MivoArg(360), MivoArg(16.0F / 9.0F)}, this,
+              [this](const CallAnswer& answer) {
+                  if (answer.isGiven) {
+                      timer.start();
+                      return;
+                  }
+                  runs = false;
+                  describe();
+                  Q_EMIT failed(tr("The frames were not started: %1").arg(answer.error));
+              });
 }
 
 void FramesPage::stop()
@@ -97,7 +101,7 @@ void FramesPage::stop()
         return;
     runs = false;
     timer.stop();
-    session.call(producer, "stop", {}, this, [](const CallAnswer&) {});
+    host.call(producer, "stop", {}, this, [](const CallAnswer&) {});
     describe();
 }
 
@@ -107,8 +111,7 @@ void FramesPage::next()
     if (isAsked || !runs)
         return;
     isAsked = true;
-    session.call(consumer, "keptFrame", {}, this,
-                 [this](const CallAnswer& answer) { show(answer); });
+    host.call(consumer, "keptFrame", {}, this, [this](const CallAnswer& answer) { show(answer); });
 }
 
 void FramesPage::show(const CallAnswer& answer)
@@ -121,11 +124,11 @@ void FramesPage::show(const CallAnswer& answer)
         MivoFrameWidget* const shown = widget;
         unsigned char* const bytes = static_cast<unsigned char*>(answer.values.at(0).toPointer());
         const QSize size(answer.values.at(1).toInt(), answer.values.at(2).toInt());
-        session.inPlugin(consumer, [shown, bytes, size] {
+        host.inPlugin(consumer, [shown, bytes, size] {
             MivoBuffer frame(3L * size.width() * size.height(), bytes, false);
             shown->showFrame(&frame, size);
         });
         Q_EMIT filled();
     }
-    session.call(consumer, "keepFrame", {}, this, [](const CallAnswer&) {});
+    host.call(consumer, "keepFrame", {}, this, [](const CallAnswer&) {});
 }

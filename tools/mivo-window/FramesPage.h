@@ -1,7 +1,7 @@
 #ifndef FRAMESPAGE_H
 #define FRAMESPAGE_H
 
-#include "Session.h"
+#include "BackgroundHost.h"
 
 #include <QTimer>
 #include <QWidget>
@@ -16,12 +16,13 @@ class FramesPage : public QWidget
     Q_OBJECT
 
 public:
-    explicit FramesPage(Session& session, QWidget* parent = nullptr);
+    explicit FramesPage(BackgroundHost& host, QWidget* parent = nullptr);
 
-    /** Whether a frame has been shown. */
+    /** Whether a frame has been shown, or none can come. */
     bool isFilled() const;
 
 public Q_SLOTS:
+    /** Starts the frames, now or when there are plug-ins that make and check them. */
     void start();
     void stop();
 
@@ -35,7 +36,7 @@ private:
     void show(const CallAnswer& answer);
     void describe();
 
-    Session& session;
+    BackgroundHost& host;
     PluginInfo producer;
     PluginInfo consumer;
     MivoFrameWidget* const widget;
@@ -43,6 +44,7 @@ private:
     QLabel* const status;
     QTimer timer;
     bool runs = false;
+    bool isWanted = false; ///< as soon as there are plug-ins for it
     bool isAsked = false; ///< for a frame
 };
 

@@ -3,6 +3,7 @@
 #include "DisplayText.h"
 #include "Failure.h"
 #include "Files.h"
+#include "ToolTip.h"
 
 #include <MivoHostLog.h>
 
@@ -14,6 +15,7 @@
 #include <QLineEdit>
 #include <QMutex>
 #include <QPushButton>
+#include <QScrollBar>
 #include <QTableView>
 #include <QThread>
 #include <QVBoxLayout>
@@ -81,7 +83,7 @@ QVariant LogModel::data(const QModelIndex& index, int role) const
         return QVariant();
     const Line& line = lines[std::size_t(index.row())];
     if (role == Qt::ToolTipRole)
-        return index.column() == 2 ? line.text.toHtmlEscaped() : QVariant();
+        return index.column() == 2 ? toolTipText(line.text) : QVariant();
     return index.column() == 0 ? line.time : index.column() == 1 ? line.thread : line.text;
 }
 
@@ -105,9 +107,10 @@ LogPage::LogPage(QWidget* parent)
     line->setPlaceholderText(tr("Show lines with this text"));
     line->setAccessibleName(tr("Show lines with this text"));
     line->setClearButtonEnabled(true);
-    QPushButton* const copyButton = new QPushButton(tr("&Copy"));
+    QPushButton* const copyButton = new QPushButton(tr("Cop&y"));
     copyButton->setObjectName("copyLog");
-    QPushButton* const saveButton = new QPushButton(tr("&Save…"));
+    QPushButton* const saveButton = new QPushButton(tr("Sav&e…"));
+    saveButton->setObjectName("saveLog");
     table->setObjectName("logTable");
     table->setAccessibleName(tr("Log"));
     table->setModel(&filter);
@@ -129,7 +132,15 @@ LogPage::LogPage(QWidget* parent)
     connect(line, &QLineEdit::textChanged, &filter, &QSortFilterProxyModel::setFilterFixedString);
     connect(copyButton, &QPushButton::clicked, this, &LogPage::copy);
     connect(saveButton, &QPushButton::clicked, this, &LogPage::save);
-    connect(&model, &QAbstractItemModel::rowsInserted, table, &QTableView::scrollToBottom);
+    // Who reads further up is left there.
+    connect(&filter, &QAbstractItemModel::rowsAboutToBeInserted, this, [this] {
+        const QScrollBar* const bar = table->verticalScrollBar();
+        isAtEnd = bar->value() == bar->maximum();
+    });
+    connect(&filter, &QAbstractItemModel::rowsInserted, this, [this] {
+        if (isAtEnd)
+            table->scrollToBottom();
+    });
 
     {
         const QMutexLocker locker(&receiverMutex);
@@ -164,6 +175,7 @@ void LogPage::copy() const
 void LogPage::save()
 {
     QFileDialog* const dialog = new QFileDialog(this, tr("Save the log"));
+    dialog->setObjectName("saveLogAs");
     dialog->setAttribute(Qt::WA_DeleteOnClose);
     dialog->setAcceptMode(QFileDialog::AcceptSave);
     connect(dialog, &QFileDialog::fileSelected, this, &LogPage::saveTo);

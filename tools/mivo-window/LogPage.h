@@ -63,6 +63,7 @@ private:
     LogModel model;
     QSortFilterProxyModel filter;
     QTableView* const table;
+    bool isAtEnd = true; ///< of what is shown
 };
 
 #endif

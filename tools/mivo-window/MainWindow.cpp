@@ -7,6 +7,7 @@
 #include "FramesPage.h"
 #include "LogPage.h"
 #include "MessageBar.h"
+#include "ToolTip.h"
 
 #include <MivoGlobal.h>
 #include <MivoPluginAction.h>
@@ -46,13 +47,13 @@ QStringList localFiles(const QMimeData* data)
 } // namespace
 
 MainWindow::MainWindow()
-    : session(new Session)
+    : host(new BackgroundHost(this))
     , messages(new MessageBar)
     , pages(new QTabWidget)
-    , contacts(new ContactsPage(*session))
-    , forms(new FormsPage(*session))
-    , calls(new CallsPage(*session))
-    , frames(new FramesPage(*session))
+    , contacts(new ContactsPage(*host))
+    , forms(new FormsPage(*host))
+    , calls(new CallsPage(*host))
+    , frames(new FramesPage(*host))
     , log(new LogPage)
     , logDock(new QDockWidget(tr("Log")))
     , recentMenu(nullptr)
@@ -85,11 +86,12 @@ MainWindow::MainWindow()
     connect(calls, &CallsPage::failed, messages, &MessageBar::add);
     connect(frames, &FramesPage::failed, messages, &MessageBar::add);
     connect(log, &LogPage::failed, messages, &MessageBar::add);
-    connect(session, &Session::failed, messages, &MessageBar::add);
-    connect(session, &Session::opened, this, &MainWindow::takePlugins);
-    connect(session, &Session::closing, this, [this] { servicesMenu->clear(); });
-    connect(session, &Session::callsChanged, this, [this] {
-        const int count = session->callsInProgress();
+    connect(host, &BackgroundHost::failed, messages, &MessageBar::add);
+    connect(host, &BackgroundHost::opened, this, &MainWindow::takePlugins);
+    connect(host, &BackgroundHost::leftAsItWas, this, &MainWindow::describe);
+    connect(host, &BackgroundHost::closing, this, &MainWindow::clearServices);
+    connect(host, &BackgroundHost::callsChanged, this, [this] {
+        const int count = host->callsInProgress();
         busy->setText(count > 0 ? tr("%1 running…").arg(count) : QString());
     });
     restoreState();
@@ -97,7 +99,7 @@ MainWindow::MainWindow()
 
 MainWindow::~MainWindow()
 {
-    delete session; // waits for what it runs, which may be showing something here
+    delete host; // waits for what it runs, which may be showing something here
 }
 
 QStringList MainWindow::pageNames()
@@ -162,38 +164,42 @@ void MainWindow::open(const QStringList& files)
     QStringList absolute;
     for (const QString& file : files)
         absolute.append(QFileInfo(file).absoluteFilePath());
-    isOpening = true;
-    statusBar()->showMessage(session->callsInProgress() > 0
+    statusBar()->showMessage(host->callsInProgress() > 0
                                  ? tr("Opening when the calls that run have ended…")
                                  : tr("Opening…"));
-    session->open(absolute);
+    host->open(absolute);
 }
 
 void MainWindow::readContacts(const QString& file)
 {
     contactsFile = file;
-    if (!isOpening)
+    if (!host->isOpening())
         takePlugins();
 }
 
 void MainWindow::takePlugins()
 {
-    isOpening = false;
-    QStringList names;
-    for (const PluginInfo& plugin : session->plugins()) {
-        names.append(oneLine(plugin.name));
+    for (const PluginInfo& plugin : host->plugins()) {
         recent.removeAll(plugin.file);
         recent.prepend(plugin.file);
     }
     recent = recent.mid(0, mostRecent);
-    statusBar()->showMessage(names.isEmpty() ? tr("No plug-in is open.")
-                                             : tr("Open: %1").arg(names.join(", ")));
+    describe();
     showRecent();
-    showServices();
+    askForServices();
     if (!contactsFile.isEmpty()) {
         contacts->read(contactsFile);
         contactsFile.clear();
     }
+}
+
+void MainWindow::describe()
+{
+    QStringList names;
+    for (const PluginInfo& plugin : host->plugins())
+        names.append(oneLine(plugin.name));
+    statusBar()->showMessage(names.isEmpty() ? tr("No plug-in is open.")
+                                             : tr("Open: %1").arg(names.join(", ")));
 }
 
 void MainWindow::showRecent()
@@ -204,21 +210,50 @@ void MainWindow::showRecent()
     recentMenu->setEnabled(!recent.isEmpty());
 }
 
-void MainWindow::showServices()
+void MainWindow::askForServices()
 {
-    servicesMenu->clear();
-    for (const PluginInfo& plugin : session->plugins()) {
-        for (const MivoService& service : plugin.services) {
-            QAction* const action = servicesMenu->addAction(menuText(
-                service.getDisplayName().isEmpty() ? service.getName() : service.getDisplayName()));
-            action->setToolTip(tr("%1 of %2").arg(service.getName(), plugin.name).toHtmlEscaped());
-            action->setEnabled(service.getAction().isValid());
-            connect(action, &QAction::triggered, this, [this, plugin, service] {
-                session->run(plugin, [service] { service.getAction()(); });
-            });
+    clearServices();
+    const QList<PluginInfo> plugins = host->plugins();
+    for (int place = 0; place < plugins.size(); ++place) {
+        const PluginInfo plugin = plugins.at(place);
+        host->services(plugin, this, [this, plugin, place](const QList<MivoService>& offered) {
+            if (host->plugins().value(place).plugin == plugin.plugin)
+                showServices(plugin, place, offered);
+        });
+    }
+}
+
+void MainWindow::showServices(const PluginInfo& plugin, int place,
+                              const QList<MivoService>& offered)
+{
+    QList<QAction*>& own = services[place];
+    for (const MivoService& service : offered) {
+        const QString name
+            = service.getDisplayName().isEmpty() ? service.getName() : service.getDisplayName();
+        QAction* const action = new QAction(menuText(name), servicesMenu);
+        action->setToolTip(
+            toolTipText(oneLine(tr("%1 of %2").arg(service.getName(), plugin.name))));
+        action->setEnabled(service.getAction().isValid());
+        connect(action, &QAction::triggered, this, [this, plugin, service] {
+            host->run(plugin, [service] { service.getAction()(); });
+        });
+        own.append(action);
+    }
+    // In the order of the plug-ins, whichever answers first.
+    for (const QList<QAction*>& each : qAsConst(services)) {
+        for (QAction* const action : each) {
+            servicesMenu->removeAction(action);
+            servicesMenu->addAction(action);
         }
     }
     servicesMenu->setEnabled(!servicesMenu->isEmpty());
+}
+
+void MainWindow::clearServices()
+{
+    services.clear();
+    servicesMenu->clear(); // deletes them
+    servicesMenu->setEnabled(false);
 }
 
 bool MainWindow::showPage(const QString& name)
@@ -238,9 +273,14 @@ bool MainWindow::showPage(const QString& name)
     return true;
 }
 
+QString MainWindow::failures() const
+{
+    return messages->text();
+}
+
 bool MainWindow::isFilled() const
 {
-    if (isOpening || !contactsFile.isEmpty())
+    if (host->isOpening() || !contactsFile.isEmpty())
         return false;
     const QWidget* const page = pages->currentWidget();
     if (page == contacts)
@@ -249,7 +289,7 @@ bool MainWindow::isFilled() const
         return forms->isFilled();
     if (page == frames)
         return frames->isFilled();
-    return session->callsInProgress() == 0;
+    return host->callsInProgress() == 0;
 }
 
 void MainWindow::restoreState()
@@ -257,7 +297,7 @@ void MainWindow::restoreState()
     const QSettings settings;
     recent = settings.value("recent").toStringList();
     showRecent();
-    showServices();
+    clearServices();
     if (!restoreGeometry(settings.value("geometry").toByteArray()))
         resize(900, 700);
     resizeDocks({logDock}, {160}, Qt::Vertical);

@@ -1,9 +1,10 @@
 #ifndef MAINWINDOW_H
 #define MAINWINDOW_H
 
-#include "Session.h"
+#include "BackgroundHost.h"
 
 #include <QMainWindow>
+#include <QMap>
 
 class CallsPage;
 class ContactsPage;
@@ -31,11 +32,15 @@ public:
     void readContacts(const QString& file);
     /** Shows "contacts", "forms", "calls", "frames" or "log"; false when it is none of them. */
     bool showPage(const QString& name);
-    /** Whether there is something on the page that is shown, and nothing on its way. */
+    /** Whether all is shown that the page can show, and nothing on its way. */
     bool isFilled() const;
-
+    /** The sentences on what has failed that stand in the bar. */
+    QString failures() const;
     /** Whether a call is still running. */
-    bool isCalling() const { return session->callsInProgress() > 0; }
+    bool isCalling() const { return host->callsInProgress() > 0; }
+
+    /** Stops the plug-ins, for good: see BackgroundHost::finish(). */
+    bool finish() { return host->finish(); }
 
     static QStringList pageNames();
 
@@ -51,10 +56,13 @@ private:
     void makeMenus();
     void takePlugins();
     void showRecent();
-    void showServices();
+    void askForServices();
+    void showServices(const PluginInfo& plugin, int place, const QList<MivoService>& offered);
+    void clearServices();
+    void describe();
     void restoreState();
 
-    Session* const session; ///< owned; it goes before what it shows its answers in
+    BackgroundHost* const host; ///< owned; it goes before what it shows its answers in
     MessageBar* messages;
     QTabWidget* pages;
     ContactsPage* contacts;
@@ -68,7 +76,7 @@ private:
     QLabel* busy;
     QStringList recent;
     QString contactsFile; ///< to be read
-    bool isOpening = false;
+    QMap<int, QList<QAction*>> services; ///< by the plug-in's place
 };
 
 #endif

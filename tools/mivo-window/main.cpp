@@ -161,7 +161,14 @@ int main(int argc, char** argv)
             }
             if (isPicture) {
                 writePicture(window, parser.value(options.picture));
-                return 0;
+                // What failed stands in the picture as well.
+                const QString failures = window.failures();
+                if (!failures.isEmpty())
+                    tell(failures);
+                const int status = failures.isEmpty() ? 0 : 1;
+                if (!window.finish())
+                    std::_Exit(status);
+                return status;
             }
         } catch (const Failure& failure) {
             tell(failure.message());
@@ -169,8 +176,8 @@ int main(int argc, char** argv)
         }
         window.show();
         QApplication::exec();
-        if (window.isCalling()) {
-            // Nobody waits for what a plug-in still does in a window that is closed.
+        if (!window.finish()) {
+            // What a plug-in still does in a thread of its own must not lose what it uses.
             QSettings().sync();
             std::_Exit(0);
         }
