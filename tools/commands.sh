@@ -14,12 +14,12 @@ die() {
 
 # The packages that every build needs, here and on the reference machine, a fresh Debian 12.
 # shellcheck disable=SC2034 # read by those that source this file
-build_packages=(g++ cmake ninja-build qt6-base-dev libpng-dev)
+build_packages=(g++ cmake ninja-build pkgconf qt6-base-dev libpng-dev libstrophe-dev)
 
 # need_packages PACKAGE...: installs those that are missing. With all of them there it needs neither
 # root nor network.
 need_packages() {
-    local package missing=() as_root=()
+    local package missing=()
     if ! command -v dpkg-query >/dev/null; then
         say "No Debian packages on this system; expecting what they hold to be there: $*"
         return
@@ -30,30 +30,47 @@ need_packages() {
     done
     ((${#missing[@]})) || return 0
 
+    find_root "these Debian packages are missing, and installing them" "${missing[*]}"
+    say "Installing Debian packages: ${missing[*]}"
+    read_package_lists || die "cannot read the package lists, which takes network; missing: ${missing[*]}"
+    local log=build/packages.log
+    if ! with_progress "Installing Debian packages" "$log" \
+            "${apt[@]}" install --no-install-recommends "${missing[@]}"; then
+        show_log "$log"
+        die "cannot install these Debian packages: ${missing[*]}"
+    fi
+}
+
+# find_root WHAT WHICH: leaves in as_root what a command is run as root with, and in apt how apt-get is.
+find_root() {
+    as_root=()
     if ((EUID != 0)); then
         if command -v sudo >/dev/null && sudo -n true 2>/dev/null; then
             as_root=(sudo -n)
         elif command -v sudo >/dev/null && [[ -t 0 ]]; then
             as_root=(sudo)
         else
-            die "these Debian packages are missing, and installing them takes root or sudo:" \
-                "${missing[*]}"
+            die "$1 takes root or sudo: $2"
         fi
     fi
-    say "Installing Debian packages: ${missing[*]}"
-    local log=build/packages.log
-    local apt=("${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get -qq -o APT::Status-Fd=1)
+    apt=("${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get -qq -o APT::Status-Fd=1)
+}
+
+read_package_lists() {
     # Asks for the password, if there is one to be asked for, before the output goes elsewhere.
     ((!${#as_root[@]})) || "${as_root[@]}" true
-    if ! with_progress "Reading the package lists" "$log" "${apt[@]}" update; then
-        show_log "$log"
-        die "cannot read the package lists, which takes network; missing: ${missing[*]}"
-    fi
-    if ! with_progress "Installing Debian packages" "$log" \
-            "${apt[@]}" install --no-install-recommends "${missing[@]}"; then
-        show_log "$log"
-        die "cannot install these Debian packages: ${missing[*]}"
-    fi
+    with_progress "Reading the package lists" build/packages.log "${apt[@]}" update && return
+    show_log build/packages.log
+    return 1
+}
+
+# need_server: unpacks the XMPP server of the tests, once. Package lists that are missing or out of
+# date are read anew, which takes root; all else can be done by any user.
+need_server() {
+    quietly build/prosody.log tools/prosody/unpack.sh build/prosody 2>/dev/null && return
+    find_root "the XMPP server for the tests cannot be downloaded; reading the package lists anew" \
+        "$(tail -n 1 build/prosody.log)"
+    read_package_lists && quietly build/prosody.log tools/prosody/unpack.sh build/prosody
 }
 
 # with_progress WHAT LOG COMMAND...: runs the command with all its output in the file LOG and says on

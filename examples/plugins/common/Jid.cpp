@@ -52,6 +52,16 @@ QString Jid::bare() const
     return beforeSlash;
 }
 
+QString Jid::domain() const
+{
+    return beforeSlash.mid(beforeSlash.indexOf('@') + 1);
+}
+
+QString Jid::resource() const
+{
+    return fromSlash.mid(1);
+}
+
 QString Jid::key() const
 {
     return beforeSlash.toCaseFolded() + fromSlash;

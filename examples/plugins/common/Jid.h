@@ -14,6 +14,10 @@ public:
     QString text() const;
     /** Without the resource; null when invalid. */
     QString bare() const;
+    /** What stands between "@" and "/"; null when invalid. */
+    QString domain() const;
+    /** Behind the first "/"; null when there is none. */
+    QString resource() const;
     /**
      * The same for two addresses that differ only in the case of what is not the resource, and so
      * lead to the same place.
