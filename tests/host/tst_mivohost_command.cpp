@@ -157,7 +157,8 @@ void MivoHostCommandTest::wrongUsageShowsTheUsageOfTheCommand_data()
                                "SLOT\nusage: mivo-host action FILE SLOT";
     QTest::newRow("form") << QStringList("form")
                           << "mivo-host form: found 0 arguments; expected FILE\nusage: mivo-host "
-                             "form FILE [--load in.xml] [--save out.xml] [--set ID=VALUE...]";
+                             "form FILE [--load in.xml] [--save out.xml] [--with-secrets] "
+                             "[--set ID=VALUE...]";
     QTest::newRow("roster") << QStringList("roster")
                             << "mivo-host roster: found 0 arguments; expected FILE and at most one "
                                "EXPORT\nusage: mivo-host roster FILE [EXPORT] [--json]\n";

@@ -7,6 +7,7 @@ namespace {
 const QString settings = SETTINGS_PLUGIN;
 const QString echo = ECHO_PLUGIN;
 const QString oddForm = QString(FIXTURES) + "/oddform.so";
+const QString secretForm = QString(FIXTURES) + "/secretform.so";
 
 Outcome form(const QStringList& arguments)
 {
@@ -49,6 +50,14 @@ private Q_SLOTS:
     void setChangesOneValue();
     void setRefusesWhatDoesNotFit_data();
     void setRefusesWhatDoesNotFit();
+    void theFormIsShownAsThePluginThenAnswersIt();
+    void aRefusalIsShownAsItsSentence_data();
+    void aRefusalIsShownAsItsSentence();
+    void secretsAreShownMasked();
+    void messagesQuoteNoSecret_data();
+    void messagesQuoteNoSecret();
+    void secretsAreSavedOnlyWhenAskedFor();
+    void aFileWithoutTheSecretLeavesThePluginsAlone();
     void numbersAreThoseOfTheCLocale();
     void whatIsSavedIsThisXml();
     void whatIsSavedIsLoadedAgain();
@@ -185,8 +194,8 @@ void MivoHostFormTest::setChangesOneValue_data()
     QTest::newRow("line edit") << settings << "nickname=" + emoji << "Nickname: \"" + emoji + '"';
     QTest::newRow("with =") << settings << "nickname=a=b="
                             << "Nickname: \"a=b=\"";
-    QTest::newRow("no text") << settings << "nickname="
-                             << "Nickname: \"\"";
+    QTest::newRow("no text") << settings << "signature="
+                             << "Signature: \"\"";
     QTest::newRow("blanks") << settings << "nickname= a "
                             << "Nickname: \" a \"";
     QTest::newRow("like an option") << settings << "nickname=--load"
@@ -334,6 +343,144 @@ void MivoHostFormTest::setRefusesWhatDoesNotFit()
     QCOMPARE(outcome.out, QString());
     QCOMPARE(outcome.status, 1);
     QCOMPARE(contentOf(out()), QByteArray("kept"));
+}
+
+void MivoHostFormTest::theFormIsShownAsThePluginThenAnswersIt()
+{
+    // The plug-in takes the name over without the blanks around it.
+    const Outcome text = form({secretForm, "--set", "user= bob ", "--save", out()});
+    QVERIFY2(text.out.contains("User: \"bob\" ("), qPrintable(text.out));
+    QCOMPARE(text.error, QString());
+    QCOMPARE(text.status, 0);
+    QVERIFY2(contentOf(out()).contains(">bob<"), contentOf(out()).constData());
+    const Outcome json = form({secretForm, "--load", out(), "--json"});
+    QVERIFY2(json.out.contains("\"value\":\"bob\""), qPrintable(json.out));
+    // What nobody changes is not given to the plug-in: this one refuses all.
+    QCOMPARE(form({echo}).status, 0);
+}
+
+void MivoHostFormTest::aRefusalIsShownAsItsSentence_data()
+{
+    QTest::addColumn<QString>("plugin");
+    QTest::addColumn<QStringList>("options");
+    QTest::addColumn<QString>("sentence");
+    QTest::newRow("set") << settings << QStringList({"--set", "nickname=", "theme=dark"})
+                         << "settings does not take the values over: the nickname is empty; others "
+                            "need something to call you";
+    QTest::newRow("JSON") << secretForm << QStringList({"--json", "--set", "user=a b"})
+                          << "SecretFormPlugin does not take the values over: the user a b is two";
+    QTest::newRow("load") << secretForm << QStringList({"--load", in()})
+                          << "SecretFormPlugin does not take the values over: the user c d is two";
+    QTest::newRow("sentence in two lines")
+        << secretForm << QStringList({"--set", "user=a \n\x1b[31mb"})
+        << "SecretFormPlugin does not take the values over: the user a \\u000a\\u001b[31mb is two";
+}
+
+void MivoHostFormTest::aRefusalIsShownAsItsSentence()
+{
+    QFETCH(QString, plugin);
+    QFETCH(QStringList, options);
+    QFETCH(QString, sentence);
+    options.replaceInStrings(QRegularExpression(".*/in.xml"), in());
+    write(in(), fieldList("<field type=\"lineedit\"><id>user</id><string>c d</string></field>"));
+    write(out(), "untouched");
+    const Outcome outcome = form(QStringList(plugin) + options + QStringList({"--save", out()}));
+    QCOMPARE(outcome.error, "mivo-host form: " + sentence + '\n');
+    QCOMPARE(outcome.out, QString());
+    QCOMPARE(outcome.status, 1);
+    QCOMPARE(contentOf(out()), QByteArray("untouched"));
+}
+
+void MivoHostFormTest::secretsAreShownMasked()
+{
+    const Outcome text = form({secretForm, "--set", "old=0ld"});
+    QCOMPARE(text.out,
+             QString("SecretFormPlugin\n"
+                     "\n"
+                     "Account\n"
+                     "  user      User: \"ann\" (line edit, at most 20 characters)\n"
+                     "  password  Password: ******** (secret, at most 20 characters)\n"
+                     "  old       Old password: \"\" (secret, at most 20 characters)\n"
+                     "  token     Token: ******** (secret, read-only)\n"));
+    QCOMPARE(text.status, 0);
+    const Outcome json = form({secretForm, "--json"});
+    QVERIFY2(json.out.contains("\"id\":\"password\",\"isSet\":true,"), qPrintable(json.out));
+    QVERIFY2(json.out.contains("\"id\":\"old\",\"isSet\":false,"), qPrintable(json.out));
+    for (const QStringList& words :
+         {QStringList({"form", secretForm}), QStringList({"form", secretForm, "--json"}),
+          QStringList({"call", secretForm, "form"}),
+          QStringList({"call", secretForm, "form", "--json"}),
+          QStringList({"form", secretForm, "--set", "password=hush-new"}),
+          QStringList({"form", secretForm, "--save", out()})}) {
+        const Outcome outcome = mivoHost(words);
+        QCOMPARE(outcome.status, 0);
+        QVERIFY2(outcome.out.contains("password"), qPrintable(outcome.out));
+        for (const char* secret : {"hush", "t0ken"})
+            QVERIFY2(!(outcome.out + outcome.error).contains(secret), qPrintable(words.join(' ')));
+    }
+}
+
+void MivoHostFormTest::messagesQuoteNoSecret_data()
+{
+    QTest::addColumn<QString>("line");
+    QTest::addColumn<QString>("sentence");
+    QTest::newRow("too long") << "password=hush-hush-hush-hush-hush"
+                              << "password (secret): found 24 characters; expected at most 20";
+    QTest::newRow("read-only") << "token=hush"
+                               << "token (secret): found a value; expected nothing, as it is "
+                                  "read-only";
+    QTest::newRow("not UTF-8") << "password=hush$'\\xe9'"
+                               << "--set: found password=... that is not UTF-8; expected ID=VALUE";
+    QTest::newRow("another id")
+        << "passwort=hush"
+        << "found no field with the id \"passwort\"; expected one of: user, "
+           "password, old";
+}
+
+void MivoHostFormTest::messagesQuoteNoSecret()
+{
+    QFETCH(QString, line);
+    QFETCH(QString, sentence);
+    const Outcome outcome = outcomeOf(
+        "bash", {"-c", "\"$1\" form \"$2\" --set " + line, "bash", MIVO_HOST, secretForm});
+    QCOMPARE(outcome.error.section('\n', 0, 0), "mivo-host form: " + sentence);
+    QVERIFY2(!outcome.error.contains("hush"), qPrintable(outcome.error));
+    QVERIFY(outcome.status != 0);
+}
+
+void MivoHostFormTest::secretsAreSavedOnlyWhenAskedFor()
+{
+    QCOMPARE(form({secretForm, "--save", out()}).status, 0);
+    const QByteArray without = contentOf(out());
+    QVERIFY2(without.contains("ann"), without.constData());
+    for (const char* word : {"hush", "t0ken", "password", "old"})
+        QVERIFY2(!without.contains(word), without.constData());
+
+    const Outcome outcome
+        = form({secretForm, "--set", "password=n3w", "--with-secrets", "--save", out()});
+    QCOMPARE(outcome.status, 0);
+    QVERIFY2(!outcome.out.contains("n3w"), qPrintable(outcome.out));
+    const QByteArray with = contentOf(out());
+    QVERIFY2(with.contains(">n3w<") && with.contains(">t0ken<"), with.constData());
+    QVERIFY(QFile::remove(out()));
+    QCOMPARE(form({secretForm, "--with-secrets", "--save", out()}).status, 0);
+    QCOMPARE(QFile::permissions(out())
+                 & (QFile::ReadGroup | QFile::ReadOther | QFile::WriteGroup | QFile::WriteOther),
+             QFile::Permissions());
+}
+
+void MivoHostFormTest::aFileWithoutTheSecretLeavesThePluginsAlone()
+{
+    QCOMPARE(form({secretForm, "--set", "user=eve", "--save", in()}).status, 0);
+    QVERIFY(!contentOf(in()).contains("password"));
+    const Outcome outcome = form({secretForm, "--load", in(), "--with-secrets", "--save", out()});
+    QVERIFY2(outcome.out.contains("User: \"eve\""), qPrintable(outcome.out));
+    QVERIFY2(contentOf(out()).contains(">hush-hush<"), contentOf(out()).constData());
+    // One that is there is taken over.
+    QCOMPARE(form({secretForm, "--set", "password=n3w", "--with-secrets", "--save", in()}).status,
+             0);
+    QCOMPARE(form({secretForm, "--load", in(), "--with-secrets", "--save", out()}).status, 0);
+    QVERIFY2(contentOf(out()).contains(">n3w<"), contentOf(out()).constData());
 }
 
 void MivoHostFormTest::numbersAreThoseOfTheCLocale()
@@ -616,7 +763,8 @@ void MivoHostFormTest::fileNamesNeedNotBeUtf8()
     const Outcome value = outcomeOf(
         "bash", {"-c", "\"$1\" form \"$2\" --set nickname=$'\\xe9'", "bash", MIVO_HOST, settings});
     QVERIFY2(
-        value.error.startsWith("mivo-host form: --set: found nickname=\\xe9; expected ID=VALUE\n"),
+        value.error.startsWith(
+            "mivo-host form: --set: found nickname=... that is not UTF-8; expected ID=VALUE\n"),
         qPrintable(value.error));
     QCOMPARE(value.status, 2);
 }
@@ -722,9 +870,10 @@ void MivoHostFormTest::wrongUsageShowsTheUsage_data()
                                   << "found 0 arguments; expected FILE";
     QTest::newRow("another FILE") << QStringList({settings, echo})
                                   << "found 2 arguments; expected FILE";
-    QTest::newRow("unknown option") << QStringList({settings, "--lod", "x"})
-                                    << "found the option --lod; expected one of --load, --save, "
-                                       "--set, --click, --with, --json; the nearest is --load";
+    QTest::newRow("unknown option")
+        << QStringList({settings, "--lod", "x"})
+        << "found the option --lod; expected one of --load, --save, "
+           "--with-secrets, --set, --click, --with, --json; the nearest is --load";
     QTest::newRow("load nothing") << QStringList({settings, "--load"})
                                   << "--load: found nothing; expected one XML file";
     QTest::newRow("load no name") << QStringList({settings, "--load", ""})
@@ -751,7 +900,8 @@ void MivoHostFormTest::wrongUsageShowsTheUsage()
     QFETCH(QString, sentence);
     const Outcome outcome = form(arguments);
     const QString begin = "mivo-host form: " + sentence
-        + "\nusage: mivo-host form FILE [--load in.xml] [--save out.xml] [--set ID=VALUE...]";
+        + "\nusage: mivo-host form FILE [--load in.xml] [--save out.xml] [--with-secrets] "
+          "[--set ID=VALUE...]";
     QVERIFY2(outcome.error.startsWith(begin), qPrintable(outcome.error));
     QCOMPARE(outcome.out, QString());
     QCOMPARE(outcome.status, 2);

@@ -31,6 +31,7 @@ private Q_SLOTS:
     void identitiesAreMarkedAndDescribed();
     void deepListsAreCutOff();
     void pluginsAreDescribedAndRefusedOnesNamed();
+    void pluginsSayWhoTheyAre();
     void whatComesIsCountedAndSaidElsewhere();
     void aFormHasAllOfItsFields();
     void aRosterIsATreeOfIdentities();
@@ -142,13 +143,41 @@ void MivoHostJsonTest::pluginsAreDescribedAndRefusedOnesNamed()
     QCOMPARE(document.keys(), QStringList({"plugins", "refused"}));
     const QJsonObject plugin = document.value("plugins").toArray().at(0).toObject();
     QCOMPARE(plugin.keys(),
-             QStringList({"actions", "calls", "file", "name", "services", "version"}));
+             QStringList({"actions", "author", "calls", "description", "file", "name", "requires",
+                          "services", "title", "version"}));
     QCOMPARE(plugin.value("file").toString(), echo);
     QCOMPARE(plugin.value("name").toString(), QString("echo"));
     QCOMPARE(plugin.value("actions").toArray(), QJsonArray({"record", "failLater"}));
     const QJsonObject refused = document.value("refused").toArray().at(0).toObject();
     QCOMPARE(refused.value("file").toString(), QString("/no/such.so"));
     QVERIFY(refused.value("reason").toString().startsWith("/no/such.so: found no such file; "));
+}
+
+void MivoHostJsonTest::pluginsSayWhoTheyAre()
+{
+    const QString folder = REQUIRING;
+    const Outcome outcome
+        = mivoHost({"plugins", "--json", folder + "/chain_a.so", folder + "/alone.so"});
+    QCOMPARE(outcome.status, 0);
+    const QJsonArray plugins = documentOf(outcome).value("plugins").toArray();
+    const QJsonObject chain = plugins.at(0).toObject();
+    QCOMPARE(chain.value("title").toString(), QString("The \"first\" \\ of a chain; 1%"));
+    QCOMPARE(chain.value("description").toString(),
+             QString::fromUtf8("Needs another \xe2\x80\x93 and says so"));
+    QCOMPARE(chain.value("author").toString(), QString("Ann <ann@example.org>"));
+    QCOMPARE(chain.value("requires").toArray(), QJsonArray({"chain_b", "chain_c"}));
+    const QJsonObject alone = plugins.at(1).toObject();
+    for (const char* key : {"title", "description", "author"})
+        QCOMPARE(alone.value(key), QJsonValue(QString()));
+    QCOMPARE(alone.value("requires"), QJsonValue(QJsonArray()));
+
+    const QString text = mivoHost({"plugins", folder + "/chain_a.so", folder + "/alone.so"}).out;
+    QVERIFY2(text.contains(QString::fromUtf8("  title:   The \"first\" \\ of a chain; 1%\n"
+                                             "  about:   Needs another \xe2\x80\x93 and says so\n"
+                                             "  author:  Ann <ann@example.org>\n"
+                                             "  requires: chain_b, chain_c\n")),
+             qPrintable(text));
+    QCOMPARE(text.count("title:"), 1);
 }
 
 void MivoHostJsonTest::whatComesIsCountedAndSaidElsewhere()

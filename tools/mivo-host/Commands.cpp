@@ -24,14 +24,16 @@ const char valueDetails[]
       "character.";
 
 const char formDetails[]
-    = "Whatever the order of the options, the values are loaded, then set; the form is shown, its\n"
-      "buttons are clicked, and last the values are saved, unless something before has failed.\n"
+    = "Whatever the order of the options, the values are loaded, then set, and the plug-in takes "
+      "them\n"
+      "over or refuses them; the form is shown as the plug-in then answers it, its buttons are\n"
+      "clicked, and last the values are saved, unless something before has failed.\n"
       "VALUE is true or false for a check box or radio button, an item's text or its index, "
       "counted\n"
       "from 0, for a combo box, a number within the limits for a spin box, any text for an edit;\n"
       "the ID ends at the first =. Of fields with the same id the first one is loaded, set, "
       "clicked\n"
-      "and saved.";
+      "and saved. Secrets are shown masked.";
 
 const char framesDetails[] = "The frames have the largest size of the ratio (4:3) that fits into "
                              "the size (640x480). They\n"
@@ -64,7 +66,8 @@ QJsonArray arrayOf(const QStringList& names)
     return QJsonArray::fromStringList(names);
 }
 
-QJsonObject descriptionOf(const QString& file, const MivoPlugin& plugin)
+QJsonObject descriptionOf(const QString& file, const MivoPlugin& plugin,
+                          const MivoPluginStamp& stamp)
 {
     QJsonArray services;
     const QList<MivoService> all = plugin.services();
@@ -73,6 +76,10 @@ QJsonObject descriptionOf(const QString& file, const MivoPlugin& plugin)
     return {{"file", file},
             {"name", plugin.name()},
             {"version", plugin.version()},
+            {"title", stamp.title()},
+            {"description", stamp.description()},
+            {"author", stamp.author()},
+            {"requires", arrayOf(stamp.requirements())},
             {"calls", arrayOf(plugin.callSlots())},
             {"actions", arrayOf(plugin.actionSlots())},
             {"services", services}};
@@ -108,7 +115,7 @@ void runPlugins(const Arguments& arguments)
         try {
             const MivoPlugin* const plugin = session.load(file);
             if (arguments.has(jsonOption.name))
-                loaded.append(descriptionOf(file, *plugin));
+                loaded.append(descriptionOf(file, *plugin, session.host.stampOf(plugin)));
             else
                 describe(file, *plugin, session.host.stampOf(plugin));
         } catch (const Failure& failure) {
@@ -237,6 +244,9 @@ const QList<Command>& commands()
           {"--save", Option::One, "out.xml", "one file",
            "writes the values to a file in place of what it held, as a whole or not at all",
            Completion::Files},
+          {"--with-secrets", Option::Flag, nullptr, nullptr,
+           "saves secrets too, such as passwords, which are left out otherwise",
+           Completion::Nothing},
           {"--set", Option::Several, "ID=VALUE", "ID=VALUE", "changes values", Completion::Nothing},
           {"--click", Option::Several, "ID", "the ID of a button",
            "runs a button's action, in the plug-in that it is for", Completion::Nothing},

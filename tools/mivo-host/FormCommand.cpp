@@ -9,6 +9,7 @@
 #include <MivoField.h>
 #include <MivoField_p.h>
 #include <MivoPlugin.h>
+#include <MivoSecret.h>
 #include <MivoXmlNode.h>
 
 #include <QHash>
@@ -34,8 +35,12 @@ QList<Change> changesFrom(const QStringList& assignments)
     QList<Change> changes;
     for (const QString& assignment : assignments) {
         const int end = int(assignment.indexOf('='));
-        if (end < 0 || !Files::isUtf8(assignment))
+        if (end < 0)
             throw UsageError(QString("--set: found %1; expected ID=VALUE").arg(assignment));
+        // The value is not quoted: nobody knows yet whether it is a secret.
+        if (!Files::isUtf8(assignment))
+            throw UsageError(QString("--set: found %1=... that is not UTF-8; expected ID=VALUE")
+                                 .arg(assignment.left(end)));
         changes.append({assignment.left(end), assignment.mid(end + 1)});
     }
     return changes;
@@ -64,6 +69,8 @@ QString numberText(double number)
 
 QString kindName(const MivoField& field)
 {
+    if (mivoIsSecret(field))
+        return "secret";
     switch (int(MivoFieldPrivate::behaviourOf(field.getType()))) { // not all have names
     case MivoField::None:
         return "no kind";
@@ -223,7 +230,8 @@ void setField(MivoField& field, const QString& text)
 {
     const MivoArg::Type valueKind = field.getValue().getType();
     if (valueKind != MivoArg::None && field.isReadOnly())
-        refuse(field, quoted(text), "nothing, as it is read-only");
+        refuse(field, mivoIsSecret(field) ? QString("a value") : quoted(text),
+               "nothing, as it is read-only");
     switch (valueKind) {
     case MivoArg::UInt:
         return setItem(field, text);
@@ -244,6 +252,8 @@ void setField(MivoField& field, const QString& text)
 
 QString valueText(const MivoField& field)
 {
+    if (mivoIsSecret(field)) // neither its text nor its length
+        return field.getText().isEmpty() ? quoted(QString()) : QString("********");
     switch (field.getValue().getType()) {
     case MivoArg::UInt: {
         const QString item = field.getSelectedString();
@@ -383,6 +393,8 @@ void runForm(const Arguments& arguments)
         fields = MivoField::fromXml(fields, values);
     for (const Change& change : changes)
         setField(findField(fields, change.id, canBeSet), change.text);
+    if (!fields.isEmpty() && (arguments.has("--load") || arguments.has("--set")))
+        fields = session.applyFields(plugin, fields);
     const QList<MivoField> buttons = findButtons(fields, arguments.values("--click"));
 
     if (arguments.has(jsonOption.name))
@@ -393,5 +405,8 @@ void runForm(const Arguments& arguments)
         click(session, buttons);
     Console::requireWritten();
     if (arguments.has("--save"))
-        FieldValues::write(arguments.value("--save"), withoutLaterOnes(fields));
+        FieldValues::write(arguments.value("--save"),
+                           arguments.has("--with-secrets")
+                               ? withoutLaterOnes(fields)
+                               : mivoWithoutSecrets(withoutLaterOnes(fields)));
 }

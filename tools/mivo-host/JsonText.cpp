@@ -12,6 +12,7 @@
 #include <MivoPlugin.h>
 #include <MivoPluginAction.h>
 #include <MivoPresence.h>
+#include <MivoSecret.h>
 #include <MivoService.h>
 #include <MivoVideoClip.h>
 #include <MivoXmlNode.h>
@@ -276,7 +277,10 @@ QJsonObject JsonText::fieldOf(const MivoField& field)
         break;
     case MivoField::LineEdit:
         object.insert("longest", field.getMaxTextLength());
-        object.insert("value", field.getText());
+        if (mivoIsSecret(field))
+            object.insert("isSet", !field.getText().isEmpty());
+        else
+            object.insert("value", field.getText());
         break;
     case MivoField::TextEdit:
         object.insert("value", field.getText());

@@ -114,6 +114,12 @@ QList<MivoField> Session::fields(MivoPlugin* plugin) const
                     QString("%1: its form has not been made").arg(plugin->name()));
 }
 
+QList<MivoField> Session::applyFields(MivoPlugin* plugin, const QList<MivoField>& fields) const
+{
+    return answerOf([&] { return host.applyFields(plugin, fields); },
+                    QString("%1: it has not taken the values over").arg(plugin->name()));
+}
+
 MivoPluginAction Session::action(MivoPlugin* plugin, const QString& slot,
                                  const QList<MivoArg>& arguments) const
 {

@@ -40,6 +40,8 @@ public:
     /** Calls a slot by name, with the program's own plug-in as the sender. */
     QList<MivoArg> call(MivoPlugin* plugin, const QString& slot, const QList<MivoArg>& arguments);
     QList<MivoField> fields(MivoPlugin* plugin) const;
+    /** Gives a form's values to the plug-in; returns the form as the plug-in then shows it. */
+    QList<MivoField> applyFields(MivoPlugin* plugin, const QList<MivoField>& fields) const;
     /** An action that runs a slot by name. */
     MivoPluginAction action(MivoPlugin* plugin, const QString& slot,
                             const QList<MivoArg>& arguments) const;
