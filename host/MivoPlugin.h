@@ -13,8 +13,8 @@ class MivoHost;
 class MivoService;
 
 /** The plug-in interface; a host loads only plug-ins that were built for its own. */
-#define MIVO_PLUGIN_INTERFACE 1
-#define MivoPlugin_iid "MivoPlugin/1"
+#define MIVO_PLUGIN_INTERFACE 2
+#define MivoPlugin_iid "MivoPlugin/2"
 
 /**
  * Stands once in a source of every plug-in: the @p Class of the plug-in that is built as @p name. On

@@ -129,7 +129,7 @@ void MivoPluginLoaderTest::aFileThatDoesNotFitIsRefusedWithOneSentence()
     QVERIFY(!loader.load());
     const QString needed
         = QString("; needed: a plug-in made by mivo_add_plugin() for libmivo_data 0.x, "
-                  "plug-in interface 1, Qt %1 and compiler ABI itanium-64")
+                  "plug-in interface 2, Qt %1 and compiler ABI itanium-64")
               .arg(QT_VERSION_MAJOR);
     if (found.endsWith('(')) {
         QVERIFY2(loader.errorString().startsWith(file + ": found " + found),

@@ -1,3 +1,4 @@
+#include <MivoPlugin.h>
 #include <MivoPluginStamp.h>
 
 #include <QtTest>
@@ -7,16 +8,19 @@ namespace {
 /** The fields of a good stamp, as they stand in JSON. */
 typedef QMap<QString, QString> Fields;
 
+/** The number of the interface, as it stands at the end of the IID. */
+const QString number = QString(MivoPlugin_iid).section('/', 1);
+
 Fields goodFields()
 {
     return {{"library", "\"0.1.0\""},
-            {"interface", "1"},
+            {"interface", number},
             {"qt", QString::number(QT_VERSION_MAJOR)},
             {"abi", "\"itanium-64\""}};
 }
 
 /** What a QPluginLoader answers for a plug-in with this stamp. */
-QVariantMap metaData(const Fields& fields, const QString& iid = "MivoPlugin/1")
+QVariantMap metaData(const Fields& fields, const QString& iid = MivoPlugin_iid)
 {
     QStringList members;
     for (auto field = fields.begin(); field != fields.end(); ++field)
@@ -33,8 +37,8 @@ QByteArray mark()
 
 QByteArray goodText()
 {
-    return "iid=MivoPlugin/1\nlibrary=0.1.0\ninterface=1\nqt="
-        + QByteArray::number(QT_VERSION_MAJOR) + "\nabi=itanium-64\n";
+    return "iid=" MivoPlugin_iid "\nlibrary=0.1.0\ninterface=" + number.toLatin1()
+        + "\nqt=" + QByteArray::number(QT_VERSION_MAJOR) + "\nabi=itanium-64\n";
 }
 
 } // namespace
@@ -113,8 +117,8 @@ void MivoPluginStampTest::aFieldOfAnotherTypeOrShapeNeverFits_data()
             << QString("a plug-in whose stamp is broken (library: %1)").arg(value);
 
     QTest::newRow("another interface") << "interface"
-                                       << "2"
-                                       << "a plug-in for interface 2";
+                                       << "99"
+                                       << "a plug-in for interface 99";
     QTest::newRow("another Qt") << "qt"
                                 << "3"
                                 << "a plug-in for Qt 3";
@@ -144,10 +148,10 @@ void MivoPluginStampTest::anInterfaceNameOfAnotherNumberNeverFits()
     const auto misfit = [](const QString& iid) {
         return MivoPluginStamp::fromMetaData(metaData(goodFields(), iid)).misfit();
     };
-    for (const char* iid : {"MivoPlugin/2", "MivoPlugin/", "MivoPlugin/11", "MivoPlugin/1 "})
-        QCOMPARE(
-            misfit(iid),
-            QString("a plug-in whose IID \"%1\" is not that of its stamp's interface 1").arg(iid));
+    for (const char* iid : {"MivoPlugin/99", "MivoPlugin/", MivoPlugin_iid "1", MivoPlugin_iid " "})
+        QCOMPARE(misfit(iid),
+                 QString("a plug-in whose IID \"%1\" is not that of its stamp's interface %2")
+                     .arg(iid, number));
     QCOMPARE(misfit("Other/1"), QString("a plug-in of another program (\"Other/1\")"));
     QCOMPARE(misfit(""), QString("a plug-in of another program (\"\")"));
 }
@@ -183,8 +187,10 @@ void MivoPluginStampTest::aTextFitsOnlyAsItIsWritten_data()
 
     const QByteArray zero(1, '\0');
     const QByteArray good = mark() + goodText() + zero;
-    const auto with
-        = [&](const char* from, const char* to) { return QByteArray(good).replace(from, to); };
+    const auto with = [&](const QByteArray& from, const char* to) {
+        return QByteArray(good).replace(from, to);
+    };
+    const QByteArray interface = "interface=" + number.toLatin1();
     const QString none = "a plug-in without a stamp";
     QTest::newRow("alone") << good << "";
     QTest::newRow("after much else") << QByteArray(3000000, 'x') + good + "\x7f and more"
@@ -197,22 +203,22 @@ void MivoPluginStampTest::aTextFitsOnlyAsItIsWritten_data()
     QTest::newRow("cut off") << good.left(good.size() / 2) << none;
     QTest::newRow("a field twice")
         << with("qt=", "abi=x\nqt=") << "a plug-in whose stamp is broken (abi stands twice)";
-    QTest::newRow("a number with a sign") << with("interface=1", "interface=+1")
-                                          << "a plug-in whose stamp is broken (interface: \"+1\")";
-    QTest::newRow("a number with more") << with("interface=1", "interface=1.4")
+    QTest::newRow("a number with a sign")
+        << with(interface, "interface=+1") << "a plug-in whose stamp is broken (interface: \"+1\")";
+    QTest::newRow("a number with more") << with(interface, "interface=1.4")
                                         << "a plug-in whose stamp is broken (interface: \"1.4\")";
     QTest::newRow("too large a number")
-        << with("interface=1", "interface=4294967297")
+        << with(interface, "interface=4294967297")
         << "a plug-in whose stamp is broken (interface: \"4294967297\")";
     QTest::newRow("without a value")
         << with("abi=itanium-64", "abi=") << "a plug-in whose stamp is broken (abi: \"\")";
     QTest::newRow("without a field")
         << with("abi=itanium-64\n", "") << "a plug-in whose stamp is broken (abi: none)";
     QTest::newRow("another interface")
-        << with("interface=1", "interface=2") << "a plug-in for interface 2";
+        << with(interface, "interface=99") << "a plug-in for interface 99";
     QTest::newRow("another IID")
-        << with("Plugin/1", "Plugin/2")
-        << "a plug-in whose IID \"MivoPlugin/2\" is not that of its stamp's interface 1";
+        << with(MivoPlugin_iid, "MivoPlugin/99")
+        << "a plug-in whose IID \"MivoPlugin/99\" is not that of its stamp's interface " + number;
 }
 
 void MivoPluginStampTest::aTextFitsOnlyAsItIsWritten()
