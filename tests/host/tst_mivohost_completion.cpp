@@ -5,15 +5,27 @@ namespace {
 /** What bash proposes for @p line, in which the program is called "mivo-host". */
 QStringList proposedByBash(const QString& line, const QString& folder)
 {
-    const Outcome outcome
-        = outcomeOf("bash",
-                    {"-c",
-                     "cd \"$4\"; PATH=${2%/*}:$PATH; source \"$1/mivo-host.bash\"; COMP_LINE=$3; "
-                     "COMP_POINT=${#3}; _mivo_host && printf '%s\\n' \"${COMPREPLY[@]}\" | sort",
-                     "bash", COMPLETIONS, MIVO_HOST, line, folder});
+    const Outcome outcome = outcomeOf(
+        "bash",
+        {"-c",
+         "cd \"$4\"; HOME=$4; PATH=${2%/*}:$PATH; source \"$1/mivo-host.bash\"; COMP_LINE=$3; "
+         "COMP_POINT=${#3}; _mivo_host && printf '%s\\n' \"${COMPREPLY[@]}\" | sort",
+         "bash", COMPLETIONS, MIVO_HOST, line, folder});
     QStringList proposals = (outcome.out + outcome.error).split('\n');
     proposals.removeAll(QString());
     return proposals;
+}
+
+/** What a terminal shows when a user types @p keys, and the return key, into bash. */
+QString shownByBash(const QString& keys, const QString& folder)
+{
+    const Outcome outcome = outcomeOf(
+        "bash",
+        {"-c",
+         "cd \"$4\"; printf '%s\\n' \"PATH=${2%/*}:\\$PATH; source $1/mivo-host.bash\" >rc; "
+         "printf '%s\\nexit\\n' \"$3\" | script -qec 'bash --noprofile --rcfile rc -i' /dev/null",
+         "bash", COMPLETIONS, MIVO_HOST, keys, folder});
+    return outcome.out + outcome.error;
 }
 
 /** What zsh's function adds for the last of @p words. */
@@ -47,6 +59,8 @@ private Q_SLOTS:
     void theProgramKnowsWhatMayFollow();
     void bashProposesIt_data();
     void bashProposesIt();
+    void whatBashTypesIsReadAgain_data();
+    void whatBashTypesIsReadAgain();
     void zshProposesIt();
     void theManualNamesAllCommandsAndOptions();
     void theManualIsWellFormed();
@@ -65,6 +79,8 @@ void MivoHostCompletionTest::theProgramKnowsWhatMayFollow_data()
     QTest::newRow("no such command") << QStringList({"dance", ""}) << QStringList();
     QTest::newRow("option") << QStringList({"call", "--w"}) << QStringList({"--with", "--wait"});
     QTest::newRow("all options") << QStringList({"call", echo, "echo", "-"}) << options;
+    QTest::newRow("options that begin alike")
+        << QStringList({"form", echo, "--with"}) << QStringList({"--with-secrets", "--with"});
     QTest::newRow("plug-in") << QStringList({"call", ""}) << QStringList(":plugins");
     QTest::newRow("after an option")
         << QStringList({"call", "--wait", "5", "--with", "x.so", ""}) << QStringList(":plugins");
@@ -114,9 +130,35 @@ void MivoHostCompletionTest::bashProposesIt_data()
         << "mivo-host action " + echo + ' ' << QStringList({"failLater", "record"});
     QTest::newRow("kind") << "mivo-host call " + echo + " sum int"
                           << QStringList({"int64:", "int:"});
-    QTest::newRow("plug-ins and folders") << "mivo-host call " << QStringList({"a.so", "folder/"});
+    QTest::newRow("plug-ins and folders")
+        << "mivo-host call " << QStringList({"a.so", "folder", "it's \"my\" folder"});
     QTest::newRow("files") << "mivo-host form a.so --load="
-                           << QStringList({"a.so", "b.xml", "folder"});
+                           << QStringList({"a.so", "b c.xml", "b.xml", "folder",
+                                           "it's \"my\" folder", "x:y=z.xml"});
+    const QStringList slots({"startTimer", "sum"});
+    QTest::newRow("slot after a name with backslashes")
+        << R"(mivo-host call it\'s\ \"my\"\ folder/echo.so s)" << slots;
+    QTest::newRow("slot after a name between double quotes")
+        << R"(mivo-host call "it's \"my\" folder/echo.so" s)" << slots;
+    QTest::newRow("slot after a name between quotes of both kinds")
+        << R"(mivo-host call "it's "'"my" folder'/echo.so s)" << slots;
+    QTest::newRow("slot after a name at home") << "mivo-host call ~/" + echo + " s" << slots;
+    QTest::newRow("name that begins with backslashes")
+        << R"(mivo-host call it\'s\ \"m)" << QStringList("it's \"my\" folder");
+    QTest::newRow("name in an open quote")
+        << R"(mivo-host call "it's \"my\" folder/e)" << QStringList("it's \"my\" folder/echo.so");
+    // Only what bash takes for the word is replaced: behind an open quote, : or =.
+    QTest::newRow("open quote within") << R"(mivo-host call folder/"e)" << QStringList("echo.so");
+    QTest::newRow("open quote after =")
+        << R"(mivo-host form a.so --load="b )" << QStringList("b c.xml");
+    QTest::newRow("behind a colon") << "mivo-host form a.so --load=x:" << QStringList("y=z.xml");
+    QTest::newRow("behind a = in a name")
+        << "mivo-host form a.so --load=x:y=" << QStringList("z.xml");
+    QTest::newRow("behind a quoted colon")
+        << R"(mivo-host form a.so --load=x\:)" << QStringList("x:y=z.xml");
+    QTest::newRow("name at home") << "mivo-host call ~/fo" << QStringList("~/folder");
+    QTest::newRow("empty word in quotes")
+        << "mivo-host call folder/echo.so '' f" << QStringList("float:");
 }
 
 void MivoHostCompletionTest::bashProposesIt()
@@ -124,13 +166,39 @@ void MivoHostCompletionTest::bashProposesIt()
     QFETCH(QString, line);
     QFETCH(QStringList, proposals);
     const QTemporaryDir folder;
-    QVERIFY(QDir(folder.path()).mkdir("folder"));
-    QVERIFY(QFile::link(ECHO_PLUGIN, folder.filePath("folder/echo.so")));
-    for (const char* name : {"a.so", "b.xml"}) {
+    for (const QString name : {"folder", "it's \"my\" folder"}) {
+        QVERIFY(QDir(folder.path()).mkdir(name));
+        QVERIFY(QFile::link(ECHO_PLUGIN, folder.filePath(name + "/echo.so")));
+    }
+    for (const char* name : {"a.so", "b.xml", "b c.xml", "x:y=z.xml"}) {
         QFile file(folder.filePath(name));
         QVERIFY(file.open(QIODevice::WriteOnly));
     }
     QCOMPARE(proposedByBash(line, folder.path()), proposals);
+}
+
+void MivoHostCompletionTest::whatBashTypesIsReadAgain_data()
+{
+    QTest::addColumn<QString>("keys");
+    QTest::newRow("backslash") << R"(mivo-host plugins a\ b	)";
+    QTest::newRow("no quotes") << R"(mivo-host plugins a	)";
+    QTest::newRow("double quotes") << R"(mivo-host plugins "a b	)";
+    QTest::newRow("quotes") << R"(mivo-host plugins 'a b	)";
+    QTest::newRow("and on") << R"(mivo-host plugins "a b	e	)";
+}
+
+void MivoHostCompletionTest::whatBashTypesIsReadAgain()
+{
+    QFETCH(QString, keys);
+    const QTemporaryDir folder;
+    const QString name = "a b$c&d";
+    QVERIFY(QDir(folder.path()).mkdir(name));
+    QVERIFY(QFile::link(ECHO_PLUGIN, folder.filePath(name + "/echo.so")));
+    keys.replace("\\t", "\t");
+    if (keys.count('\t') == 1)
+        keys += "echo.so\t";
+    const QString shown = shownByBash(keys, folder.path());
+    QVERIFY2(shown.contains(name + "/echo.so: echo "), qPrintable(shown));
 }
 
 void MivoHostCompletionTest::zshProposesIt()
