@@ -637,14 +637,16 @@ void tst_MivoBuddyGroup::aGroupMayBeClearedThroughTheBackLinkOfAMember()
 {
     const Witness name("group");
     const MivoBuddyTemporary temporary = makeTemporary("t");
+    const MivoBuddyContact contact = makeContact("a");
     {
         MivoBuddyGroup group(name.name());
-        group.addBuddy(makeContact("a"));
         group.addBuddy(temporary);
+        group.addBuddy(contact);
     }
     QVERIFY(name.sees());
     // The handle that is called is the last one, and the call clears it.
     MivoBuddyTemporaryPrivate::get(temporary)->group.clear();
+    QVERIFY(!contact.getParent().isValid());
     QVERIFY(!name.sees());
     QCOMPARE(handlesOf(temporary), 1);
 }
