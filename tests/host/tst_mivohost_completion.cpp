@@ -5,12 +5,11 @@ namespace {
 /** What bash proposes for @p line, in which the program is called "mivo-host". */
 QStringList proposedByBash(const QString& line, const QString& folder)
 {
-    const Outcome outcome = outcomeOf(
-        "bash",
-        {"-c",
-         "cd \"$4\"; HOME=$4; PATH=${2%/*}:$PATH; source \"$1/mivo-host.bash\"; COMP_LINE=$3; "
-         "COMP_POINT=${#3}; _mivo_host && printf '%s\\n' \"${COMPREPLY[@]}\" | sort",
-         "bash", COMPLETIONS, MIVO_HOST, line, folder});
+    const QString script("cd \"$4\"; HOME=$4; PATH=${2%/*}:$PATH; source \"$1/mivo-host.bash\"; "
+                         "COMP_LINE=$3; COMP_POINT=${#3}; "
+                         "_mivo_host && printf '%s\\n' \"${COMPREPLY[@]}\" | sort");
+    const Outcome outcome
+        = outcomeOf("bash", {"-c", script, "bash", COMPLETIONS, MIVO_HOST, line, folder});
     QStringList proposals = (outcome.out + outcome.error).split('\n');
     proposals.removeAll(QString());
     return proposals;
@@ -19,12 +18,11 @@ QStringList proposedByBash(const QString& line, const QString& folder)
 /** What a terminal shows when a user types @p keys, and the return key, into bash. */
 QString shownByBash(const QString& keys, const QString& folder)
 {
-    const Outcome outcome = outcomeOf(
-        "bash",
-        {"-c",
-         "cd \"$4\"; printf '%s\\n' \"PATH=${2%/*}:\\$PATH; source $1/mivo-host.bash\" >rc; "
-         "printf '%s\\nexit\\n' \"$3\" | script -qec 'bash --noprofile --rcfile rc -i' /dev/null",
-         "bash", COMPLETIONS, MIVO_HOST, keys, folder});
+    const QString script(
+        "cd \"$4\"; printf '%s\\n' \"PATH=${2%/*}:\\$PATH; source $1/mivo-host.bash\" >rc; "
+        "printf '%s\\nexit\\n' \"$3\" | script -qec 'bash --noprofile --rcfile rc -i' /dev/null");
+    const Outcome outcome
+        = outcomeOf("bash", {"-c", script, "bash", COMPLETIONS, MIVO_HOST, keys, folder});
     return outcome.out + outcome.error;
 }
 
@@ -166,9 +164,9 @@ void MivoHostCompletionTest::bashProposesIt()
     QFETCH(QString, line);
     QFETCH(QStringList, proposals);
     const QTemporaryDir folder;
-    for (const QString name : {"folder", "it's \"my\" folder"}) {
+    for (const char* name : {"folder", "it's \"my\" folder"}) {
         QVERIFY(QDir(folder.path()).mkdir(name));
-        QVERIFY(QFile::link(ECHO_PLUGIN, folder.filePath(name + "/echo.so")));
+        QVERIFY(QFile::link(ECHO_PLUGIN, folder.filePath(QString(name) + "/echo.so")));
     }
     for (const char* name : {"a.so", "b.xml", "b c.xml", "x:y=z.xml"}) {
         QFile file(folder.filePath(name));
