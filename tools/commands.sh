@@ -14,7 +14,8 @@ die() {
 
 # The packages that every build needs, here and on the reference machine, a fresh Debian 12.
 # shellcheck disable=SC2034 # read by those that source this file
-build_packages=(g++ cmake ninja-build pkgconf qt6-base-dev libpng-dev libstrophe-dev)
+build_packages=(g++ cmake ninja-build pkgconf qt6-base-dev libpng-dev libedit-dev
+                libstrophe-dev)
 
 # need_packages PACKAGE...: installs those that are missing. With all of them there it needs neither
 # root nor network.

@@ -258,7 +258,8 @@ void MivoHostCommandTest::helpIsShownOnRequest_data()
         << QStringList({"-h", "form"}) << "usage: mivo-host form FILE";
     QTest::newRow("among arguments")
         << QStringList({"call", "/no/such", "-h", "x"}) << "usage: mivo-host call FILE SLOT";
-    for (const char* command : {"plugins", "call", "action", "form", "frames", "roster", "demo"}) {
+    for (const char* command :
+         {"plugins", "call", "action", "form", "frames", "roster", "session", "demo"}) {
         QTest::newRow(command) << QStringList({command, "--help"})
                                << QString("usage: mivo-host %1").arg(command);
     }

@@ -72,7 +72,7 @@ void MivoHostCompletionTest::theProgramKnowsWhatMayFollow_data()
     const QStringList options({"--with", "--wait", "--json", "--help"});
     QTest::newRow("nothing") << QStringList("")
                              << QStringList({"plugins", "call", "action", "form", "frames",
-                                             "roster", "demo", "--help", "--version"});
+                                             "roster", "session", "demo", "--help", "--version"});
     QTest::newRow("command") << QStringList("fr") << QStringList("frames");
     QTest::newRow("no such command") << QStringList({"dance", ""}) << QStringList();
     QTest::newRow("option") << QStringList({"call", "--w"}) << QStringList({"--with", "--wait"});
@@ -223,7 +223,8 @@ void MivoHostCompletionTest::theManualNamesAllCommandsAndOptions()
           "\n.B --save out.xml\nwrites the values", "\n.B --json\n", "KIND:VALUE is one of: none, ",
           ".SH EXIT STATUS\n0, 1 "})
         QVERIFY2(page.contains(text), text);
-    for (const char* command : {"plugins", "call", "action", "form", "frames", "roster", "demo"}) {
+    for (const char* command :
+         {"plugins", "call", "action", "form", "frames", "roster", "session", "demo"}) {
         const QString help = mivoHost({command, "--help"}).out;
         const QString synopsis = help.section('\n', 0, 0).remove("usage: mivo-host ");
         QVERIFY2(page.contains(".SS " + synopsis + '\n'), command);

@@ -21,7 +21,7 @@ public:
 };
 
 /** What a shell may complete an argument with. */
-enum class Completion { Nothing, Files, PluginFiles, CallSlots, ActionSlots, Kinds };
+enum class Completion { Nothing, Files, PluginFiles, Plugins, CallSlots, ActionSlots, Kinds };
 
 /** An argument that is no option, by its place. */
 struct Operand

@@ -22,10 +22,18 @@ namespace {
 QMutex mutex; // clazy:exclude=non-pod-global-static, it lives as long as the process
 QAtomicInt saysOnError;
 int outputError = 0; // of the first write to standard output that failed
+Console::Listener listening = nullptr;
+Console::Writer writing = nullptr;
 
 void writeLines(std::FILE* file, const QByteArray& lines)
 {
     QMutexLocker locker(&mutex);
+    if (listening)
+        listening(lines);
+    if (writing) {
+        writing(file, lines);
+        return;
+    }
     const auto size = static_cast<std::size_t>(lines.size());
     if ((std::fwrite(lines.constData(), 1, size, file) != size || std::fflush(file) != 0)
         && file == stdout && outputError == 0)
@@ -102,6 +110,18 @@ QString Console::threadName()
     const QThread* const thread = QThread::currentThread();
     return thread == QCoreApplication::instance()->thread() ? QString("main")
                                                             : thread->objectName();
+}
+
+void Console::setListener(Listener listener)
+{
+    QMutexLocker locker(&mutex);
+    listening = listener;
+}
+
+void Console::setWriter(Writer writer)
+{
+    QMutexLocker locker(&mutex);
+    writing = writer;
 }
 
 void Console::requireWritten()

@@ -3,6 +3,8 @@
 
 #include <QString>
 
+#include <cstdio>
+
 /**
  * Standard output and standard error, in whole lines of UTF-8, from any thread. Each line is written
  * as oneLine() makes it, whatever it comes from.
@@ -23,6 +25,13 @@ void say(const QString& what);
 void sayOnError(bool isOnError);
 /** The object name of the calling thread, "main" for the main thread. */
 QString threadName();
+
+/** Told of lines before they are written, in the threads that write them; null for none. */
+typedef void (*Listener)(const QByteArray& lines);
+void setListener(Listener listener);
+/** Writes in place of this, in the threads that write and not at once; null for none. */
+typedef void (*Writer)(std::FILE* file, const QByteArray& lines);
+void setWriter(Writer writer);
 
 /** Throws a Failure when anything that went to standard output could not be written. */
 void requireWritten();

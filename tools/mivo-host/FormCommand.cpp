@@ -315,7 +315,9 @@ QString fieldText(const MivoField& field, int idWidth, bool isFirstOfItsId)
         .arg(field.getId().leftJustified(idWidth), text, kindText(field, isFirstOfItsId));
 }
 
-void show(const MivoPlugin& plugin, const QList<MivoField>& fields)
+} // namespace
+
+void showForm(const MivoPlugin& plugin, const QList<MivoField>& fields)
 {
     const QVector<bool> firsts = firstsOfTheirIds(fields);
     int idWidth = 0;
@@ -342,6 +344,8 @@ void show(const MivoPlugin& plugin, const QList<MivoField>& fields)
     }
 }
 
+namespace {
+
 void showJson(const MivoPlugin& plugin, const QList<MivoField>& fields)
 {
     QJsonArray array;
@@ -351,8 +355,17 @@ void showJson(const MivoPlugin& plugin, const QList<MivoField>& fields)
         {{"plugin", plugin.name()}, {"version", plugin.version()}, {"fields", array}})));
 }
 
-/** The buttons of these ids. */
-QList<MivoField> findButtons(QList<MivoField>& fields, const QStringList& ids)
+} // namespace
+
+QList<MivoField> withChanges(QList<MivoField> fields, const QStringList& assignments)
+{
+    const QList<Change> changes = changesFrom(assignments);
+    for (const Change& change : changes)
+        setField(findField(fields, change.id, canBeSet), change.text);
+    return fields;
+}
+
+QList<MivoField> findButtons(QList<MivoField> fields, const QStringList& ids)
 {
     QList<MivoField> buttons;
     for (const QString& id : ids) {
@@ -364,23 +377,19 @@ QList<MivoField> findButtons(QList<MivoField>& fields, const QStringList& ids)
     return buttons;
 }
 
-void click(Session& session, QList<MivoField> buttons)
+void clickButtons(QList<MivoField> buttons)
 {
-    session.listen();
     for (MivoField& button : buttons) {
         // First: the dispatcher may be faster than this thread.
         Console::say(QString(hasAction(button) ? "clicked %1" : "clicked %1: it has no action")
                          .arg(button.getId()));
         button.clicked();
     }
-    session.finish();
 }
-
-} // namespace
 
 void runForm(const Arguments& arguments)
 {
-    const QList<Change> changes = changesFrom(arguments.values("--set"));
+    changesFrom(arguments.values("--set")); // before anything is loaded
     const MivoXmlNode values
         = arguments.has("--load") ? FieldValues::read(arguments.value("--load")) : MivoXmlNode();
 
@@ -391,8 +400,7 @@ void runForm(const Arguments& arguments)
     QList<MivoField> fields = session.fields(plugin);
     if (!values.isNull())
         fields = MivoField::fromXml(fields, values);
-    for (const Change& change : changes)
-        setField(findField(fields, change.id, canBeSet), change.text);
+    fields = withChanges(fields, arguments.values("--set"));
     if (!fields.isEmpty() && (arguments.has("--load") || arguments.has("--set")))
         fields = session.applyFields(plugin, fields);
     const QList<MivoField> buttons = findButtons(fields, arguments.values("--click"));
@@ -400,9 +408,12 @@ void runForm(const Arguments& arguments)
     if (arguments.has(jsonOption.name))
         showJson(*plugin, fields);
     else
-        show(*plugin, fields);
-    if (!buttons.isEmpty())
-        click(session, buttons);
+        showForm(*plugin, fields);
+    if (!buttons.isEmpty()) {
+        session.listen();
+        clickButtons(buttons);
+        session.finish();
+    }
     Console::requireWritten();
     if (arguments.has("--save"))
         FieldValues::write(arguments.value("--save"),

@@ -23,6 +23,7 @@ QStringList argumentsFor(const CommandLine::Proposal& proposal)
 {
     switch (proposal.completion) {
     case Completion::Nothing:
+    case Completion::Plugins: // none run yet
         return QStringList();
     case Completion::Files:
         return {":files"};

@@ -46,6 +46,11 @@ MivoBuddyResource activeOf(const QList<MivoBuddyResource>& resources)
 class RosterTree
 {
 public:
+    explicit RosterTree(const std::function<QString(const MivoBuddy&)>& usedMarkOf)
+        : markOf(usedMarkOf)
+    {
+    }
+
     void show(const MivoBuddy& entry)
     {
         switch (entry.getType()) {
@@ -165,7 +170,7 @@ private:
     {
         if (entry.unreadMessages() != 0)
             details.append(QString("%1 unread").arg(entry.unreadMessages()));
-        QString line = QString(kind) + ' ' + quotedOneLine(entry.getDisplay());
+        QString line = markOf(entry) + kind + ' ' + quotedOneLine(entry.getDisplay());
         if (!details.isEmpty())
             line += ": " + details.join(", ");
         writeLine(line);
@@ -176,6 +181,7 @@ private:
         Console::out(QString("  ").repeated(depth) + line);
     }
 
+    const std::function<QString(const MivoBuddy&)>& markOf;
     int depth = 0;
     QList<MivoBuddy> above; // the containers around the entry that is being shown
 };
@@ -268,6 +274,16 @@ private:
 
 } // namespace
 
+void showRoster(const QList<MivoArg>& entries,
+                const std::function<QString(const MivoBuddy&)>& markOf)
+{
+    if (entries.isEmpty())
+        Console::out("no entries");
+    RosterTree tree(markOf);
+    for (const MivoArg& entry : entries)
+        tree.show(entry.toBuddy());
+}
+
 void runRoster(const Arguments& arguments)
 {
     const Files::Utf8Name exportName(arguments.operands.value(1));
@@ -284,7 +300,7 @@ void runRoster(const Arguments& arguments)
         entries = session.call(plugin, "roster", values);
         if (plugin->callSlots().contains("reports"))
             reports = session.call(plugin, "reports", {}).value(0).toStringList();
-    } catch (const MivoHostError& error) {
+    } catch (const Failure& error) {
         throw Failure(exportName.withOwnName(error.message()));
     }
 
@@ -301,11 +317,7 @@ void runRoster(const Arguments& arguments)
             {{"entries", described}, {"reports", QJsonArray::fromStringList(reports)}})));
         return;
     }
-    if (entries.isEmpty())
-        Console::out("no entries");
-    RosterTree tree;
-    for (const MivoArg& entry : qAsConst(entries))
-        tree.show(entry.toBuddy());
+    showRoster(entries, [](const MivoBuddy&) { return QString(); });
     for (const QString& report : qAsConst(reports))
         Console::error("mivo-host roster: " + exportName.withOwnName(report));
 }

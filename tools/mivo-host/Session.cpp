@@ -3,8 +3,8 @@
 #include "Console.h"
 #include "Failure.h"
 #include "Files.h"
+#include "HostCalls.h"
 
-#include <MivoCallSlotTimeoutException.h>
 #include <MivoDispatcher.h>
 #include <MivoField.h>
 #include <MivoHostLog.h>
@@ -13,8 +13,6 @@
 #include <QTimer>
 
 namespace {
-
-const int answerTimeoutMs = 30000; // of all synchronous calls
 
 /** What has come to the one session that listens; written in all threads. */
 struct Arrivals
@@ -42,15 +40,12 @@ QString counted(int count, const char* one, const char* several)
     return QString("%1 %2").arg(count).arg(count == 1 ? one : several);
 }
 
-/** Makes a call whose time-out is told by @p what. */
-template <class Call>
-auto answerOf(Call call, const QString& what)
+void requireUtf8(const QString& file)
 {
-    try {
-        return call();
-    } catch (const MivoCallSlotTimeoutException&) {
-        throw Failure(QString("%1 within %2 ms").arg(what).arg(answerTimeoutMs));
-    }
+    if (!Files::isUtf8(file))
+        throw Failure(QString("%1: found a file name that is not UTF-8; expected one that is, as "
+                              "plug-ins are loaded under such names alone")
+                          .arg(file));
 }
 
 } // namespace
@@ -63,6 +58,12 @@ QString OwnPlugin::name() const
 QString OwnPlugin::version() const
 {
     return MIVO_VERSION_STR;
+}
+
+void OwnPlugin::report(QList<MivoArg>& arguments)
+{
+    if (reporter)
+        reporter(arguments);
 }
 
 Session::Session(Output output)
@@ -81,15 +82,23 @@ Session::~Session()
 
 MivoPlugin* Session::load(const QString& file)
 {
-    if (!Files::isUtf8(file))
-        throw Failure(QString("%1: found a file name that is not UTF-8; expected one that is, as "
-                              "plug-ins are loaded under such names alone")
-                          .arg(file));
+    requireUtf8(file);
     QString error;
     MivoPlugin* const plugin = host.load(file, &error);
     if (!plugin)
         throw Failure(error);
     return plugin;
+}
+
+QList<MivoPlugin*> Session::loadAll(const QStringList& files)
+{
+    for (const QString& file : files)
+        requireUtf8(file);
+    QStringList refused;
+    const QList<MivoPlugin*> loaded = host.loadAll(files, &refused);
+    if (!refused.isEmpty())
+        throw Failure(refused.first());
+    return loaded;
 }
 
 void Session::start()
@@ -104,20 +113,22 @@ QList<MivoArg> Session::call(MivoPlugin* plugin, const QString& slot,
 {
     if (!plugin->callSlots().contains(slot) && plugin->actionSlots().contains(slot))
         throw Failure(QString("%1: %2 is an action: use action").arg(plugin->name(), slot));
-    return answerOf([&] { return host.call(plugin, slot, arguments, own); },
-                    QString("%1: %2 has not answered").arg(plugin->name(), slot));
+    return HostCalls::call(host, plugin, plugin->name(), slot, arguments, own);
 }
 
 QList<MivoField> Session::fields(MivoPlugin* plugin) const
 {
-    return answerOf([&] { return host.fields(plugin); },
-                    QString("%1: its form has not been made").arg(plugin->name()));
+    return HostCalls::fields(host, plugin, plugin->name());
 }
 
 QList<MivoField> Session::applyFields(MivoPlugin* plugin, const QList<MivoField>& fields) const
 {
-    return answerOf([&] { return host.applyFields(plugin, fields); },
-                    QString("%1: it has not taken the values over").arg(plugin->name()));
+    return HostCalls::applyFields(host, plugin, plugin->name(), fields);
+}
+
+void Session::setReporter(const std::function<void(const QList<MivoArg>&)>& reporter)
+{
+    own->reporter = reporter;
 }
 
 MivoPluginAction Session::action(MivoPlugin* plugin, const QString& slot,

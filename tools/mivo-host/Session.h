@@ -7,6 +7,8 @@
 #include <QAtomicInt>
 #include <QJsonObject>
 
+#include <functional>
+
 class MivoField;
 
 /** The plug-in that stands for the program: who is called can call back, and is told a name. */
@@ -17,6 +19,13 @@ class OwnPlugin : public MivoPlugin
 public:
     QString name() const override;
     QString version() const override;
+
+    /** What report() does with what it is given, in the thread that runs it; nothing at first. */
+    std::function<void(const QList<MivoArg>&)> reporter;
+
+public Q_SLOTS:
+    /** An action: what plug-ins run which have been asked to report something. */
+    void report(QList<MivoArg>& arguments);
 };
 
 /**
@@ -35,6 +44,8 @@ public:
 
     /** Loads the plug-in in @p file; to be called before start(). */
     MivoPlugin* load(const QString& file);
+    /** Loads plug-ins, each behind those that it requires; returns them in that order. */
+    QList<MivoPlugin*> loadAll(const QStringList& files);
     void start();
 
     /** Calls a slot by name, with the program's own plug-in as the sender. */
@@ -59,12 +70,15 @@ public:
      */
     void finish();
 
+    /** To be set before start(); see OwnPlugin::reporter. */
+    void setReporter(const std::function<void(const QList<MivoArg>&)>& reporter);
+
     MivoHost host;
 
 private:
     Q_DISABLE_COPY(Session)
 
-    MivoPlugin* own;
+    OwnPlugin* own;
 };
 
 /** To be told of every event before it is delivered, in any thread: tells the timers of plug-ins. */

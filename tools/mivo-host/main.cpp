@@ -82,6 +82,8 @@ int run(const Command& command, const QStringList& arguments)
         command.run(CommandLine::parse(command, arguments));
         Console::requireWritten();
         return Success;
+    } catch (const EndWithStatus& end) {
+        return end.status;
     } catch (const UsageError& error) {
         Console::error(begin + error.message());
         Console::errorLines(usageOf(command));
@@ -183,6 +185,6 @@ int main(int argc, char** argv)
     const int status = run(arguments);
     // What a thread still uses that had to be abandoned must not be destroyed under it.
     if (MivoHost::abandonedThreads() > 0)
-        std::_Exit(CallFailed);
+        std::_Exit(status == Success ? int(CallFailed) : status);
     return status;
 }
