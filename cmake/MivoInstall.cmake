@@ -4,6 +4,7 @@
 #   data        libmivo_data and the CMake package
 #   host        libmivo_host and the command mivo-host
 #   widgets     libmivo_widgets and mivo-window, where they are built
+#   test        libmivo_test, where it is built
 #   examples    the plug-ins that mivo-host shows its commands with
 #
 # Headers go flat into include/mivo. Every path is relative to the prefix, which may be moved.
@@ -89,6 +90,13 @@ if(TARGET mivo_widgets)
     mivo_install_pkgconfig(widgets mivo_widgets
         DESCRIPTION "Widgets for the data types of a messenger"
         REQUIRES mivo_data ${mivo_pc_qt}Widgets)
+endif()
+
+if(TARGET mivo_test)
+    mivo_install_libraries(test Test mivo_test)
+    mivo_install_pkgconfig(test mivo_test
+        DESCRIPTION "Tests of messenger plug-ins"
+        REQUIRES mivo_host ${mivo_pc_qt}Test)
 endif()
 
 if(TARGET mivo-window)

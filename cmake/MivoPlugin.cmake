@@ -61,6 +61,55 @@ function(mivo_add_plugin name)
     endif()
 endfunction()
 
+# mivo_add_plugin_test(NAME PLUGINS TARGET... [LIBRARIES TARGET...] [SOURCES] FILE...): a test program
+# NAME with the test kit, Mivo::Test, known to CTest by its name.
+#
+# The plug-ins, which mivo_add_plugin() has made, are compiled into it: it makes objects of their
+# classes and finds their headers, their stamps, and what they link, define and include. To be called
+# when the plug-ins have all their sources.
+function(mivo_add_plugin_test name)
+    cmake_parse_arguments(PARSE_ARGV 1 test "" "" "PLUGINS;LIBRARIES;SOURCES")
+    if(NOT TARGET Mivo::Test)
+        message(FATAL_ERROR "mivo_add_plugin_test(${name}): there is no target Mivo::Test. Name the component "
+            "Test in find_package(MivoData COMPONENTS ...).")
+    endif()
+    add_executable(${name} ${test_SOURCES} ${test_UNPARSED_ARGUMENTS})
+    set_target_properties(${name} PROPERTIES AUTOMOC ON)
+    foreach(plugin IN LISTS test_PLUGINS)
+        if(NOT TARGET ${plugin})
+            message(FATAL_ERROR "mivo_add_plugin_test(${name}): there is no target ${plugin}; expected a "
+                "plug-in that mivo_add_plugin() has made before.")
+        endif()
+        # Apart from each other: several plug-ins in one program have an entrance each.
+        set(objects ${name}_${plugin})
+        get_target_property(folder ${plugin} SOURCE_DIR)
+        get_target_property(sources ${plugin} SOURCES)
+        add_library(${objects} OBJECT)
+        foreach(source IN LISTS sources)
+            if(NOT IS_ABSOLUTE "${source}")
+                set(source "${folder}/${source}")
+            endif()
+            target_sources(${objects} PRIVATE "${source}")
+        endforeach()
+        foreach(tool IN ITEMS AUTOMOC AUTOUIC AUTORCC)
+            get_target_property(is_used ${plugin} ${tool})
+            if(is_used)
+                set_target_properties(${objects} PROPERTIES ${tool} ON)
+            endif()
+        endforeach()
+        target_compile_definitions(${objects}
+            PUBLIC $<TARGET_PROPERTY:${plugin},COMPILE_DEFINITIONS>
+            PRIVATE QT_STATICPLUGIN)
+        target_compile_options(${objects} PRIVATE $<TARGET_PROPERTY:${plugin},COMPILE_OPTIONS>)
+        target_include_directories(${objects}
+            PUBLIC "${folder}" $<TARGET_PROPERTY:${plugin},INCLUDE_DIRECTORIES>)
+        target_link_libraries(${objects} PUBLIC $<TARGET_PROPERTY:${plugin},LINK_LIBRARIES>)
+        target_link_libraries(${name} PRIVATE ${objects})
+    endforeach()
+    target_link_libraries(${name} PRIVATE Mivo::Test Mivo::Host Mivo::Data ${test_LIBRARIES})
+    add_test(NAME ${name} COMMAND ${name})
+endfunction()
+
 # Sets what stands in the stamp of a plug-in for a host.
 macro(_mivo_stamp_fields host)
     get_target_property(library Mivo::Data MIVO_LIBRARY_VERSION)

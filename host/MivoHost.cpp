@@ -140,6 +140,14 @@ struct LoadedPlugin
     MivoPluginStamp stamp;
 };
 
+/** Throws a MivoHostError when the plug-in has no such slot, as far as its class tells. */
+void requireSlot(const LoadedPlugin& loaded, const QString& slot, MivoPluginSlots::Shape shape)
+{
+    const MivoPluginSlots known(loaded.metaObject, shape);
+    if (!known.areByName() && known.indexOf(slot) < 0)
+        throw MivoHostError(known.whyMissing(loaded.name, slot));
+}
+
 /** A file that is to be loaded. */
 struct Candidate
 {
@@ -607,9 +615,7 @@ QList<MivoArg> MivoHost::call(MivoPlugin* target, const QString& slot,
                               const QList<MivoArg>& arguments, MivoPlugin* sender) const
 {
     const LoadedPlugin loaded = d->requireWithLock(target);
-    const MivoPluginSlots known(loaded.metaObject, MivoPluginSlots::Call);
-    if (known.indexOf(slot) < 0)
-        throw MivoHostError(known.whyMissing(loaded.name, slot));
+    requireSlot(loaded, slot, MivoPluginSlots::Call);
     QList<MivoArg> answer
         = d->ask(target, &MivoPlugin::callByName, sender, withName(slot, arguments));
     const QString failure = LaterRequest::failureIn(answer, loaded.name, slot);
@@ -630,9 +636,7 @@ void MivoHost::callLater(
         = MivoLaterCall::start(context, who, callTimeoutMs, whenAnswered);
     try {
         const LoadedPlugin loaded = d->requireRunning(target);
-        const MivoPluginSlots known(loaded.metaObject, MivoPluginSlots::Call);
-        if (known.indexOf(slot) < 0)
-            throw MivoHostError(known.whyMissing(loaded.name, slot));
+        requireSlot(loaded, slot, MivoPluginSlots::Call);
         MivoHostPrivate::post(new LaterRequest(link, loaded.name, slot), loaded,
                               &MivoPlugin::callByName, sender, withName(slot, arguments));
     } catch (const MivoHostError& error) {
@@ -677,8 +681,6 @@ MivoPluginAction MivoHost::action(MivoPlugin* target, const QString& slot,
                                   const QList<MivoArg>& arguments) const
 {
     const LoadedPlugin loaded = d->requireWithLock(target);
-    const MivoPluginSlots known(loaded.metaObject, MivoPluginSlots::Action);
-    if (known.indexOf(slot) < 0)
-        throw MivoHostError(known.whyMissing(loaded.name, slot));
+    requireSlot(loaded, slot, MivoPluginSlots::Action);
     return MivoPluginAction(target, &MivoPlugin::runByName, withName(slot, arguments));
 }

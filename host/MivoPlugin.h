@@ -41,6 +41,10 @@ class MivoService;
  * leaves in the arguments. The second is an action, which runs in the dispatcher's thread and
  * answers nothing. What a slot throws is caught by the host: the caller is told, or the host's log.
  *
+ * A plug-in whose slots are known at run time alone overrides callSlots(), actionSlots(),
+ * callByName() and runByName(), and says so by Q_CLASSINFO("MivoSlots", "by name"): the host then
+ * passes every name on.
+ *
  * A plug-in belongs to its host, which deletes it in its thread; one that deletes itself is
  * reported and never used again. What its constructor, name(), version() or services() throws
  * while it is being loaded refuses it.
@@ -82,24 +86,26 @@ public:
      */
     virtual QString applyFields(const QList<MivoField>& fields);
 
-    /** The names of the slots that can be called synchronously, in order of declaration, once each.
+    /**
+     * The names of the slots that can be called synchronously, in order of declaration, once each.
+     * Asked for in any thread.
      */
-    QStringList callSlots() const;
-    /** The names of the slots that can be run as actions, in order of declaration, once each. */
-    QStringList actionSlots() const;
+    virtual QStringList callSlots() const;
+    /** The names of the slots that can be run as actions, likewise. */
+    virtual QStringList actionSlots() const;
 
     /**
      * Calls the synchronous slot whose name is the first of @p arguments with the others. Never
      * throws: the answer is the Bool true and the arguments as the slot left them, or the Bool
      * false and the String of what went wrong.
      */
-    void callByName(MivoPlugin* sender, QList<MivoArg>& arguments);
+    virtual void callByName(MivoPlugin* sender, QList<MivoArg>& arguments);
     /**
      * Runs the action slot whose name is the first of @p arguments with the others. Throws what the
      * slot throws, and a std::invalid_argument when there is no such slot. An action that is bound
      * to this is run without arguments: given ones would take the place of the name.
      */
-    void runByName(QList<MivoArg>& arguments);
+    virtual void runByName(QList<MivoArg>& arguments);
 
 Q_SIGNALS:
     // Emitted in any thread, when what is told of can already be asked for.

@@ -4,6 +4,8 @@
 
 #include <QMetaObject>
 
+#include <cstring>
+
 namespace {
 
 const char callParameters[] = "(MivoPlugin*,QList<MivoArg>&)";
@@ -61,6 +63,12 @@ MivoPluginSlots::MivoPluginSlots(const QMetaObject* askedMetaObject, Shape asked
     : metaObject(askedMetaObject)
     , shape(askedShape)
 {
+}
+
+bool MivoPluginSlots::areByName() const
+{
+    const int index = metaObject->indexOfClassInfo("MivoSlots");
+    return index >= 0 && std::strcmp(metaObject->classInfo(index).value(), "by name") == 0;
 }
 
 QStringList MivoPluginSlots::names() const

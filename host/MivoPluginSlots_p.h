@@ -16,6 +16,8 @@ public:
 
     MivoPluginSlots(const QMetaObject* metaObject, Shape shape);
 
+    /** Whether the class leaves it to each of its objects which slots there are. */
+    bool areByName() const;
     /** In order of declaration, each name once. */
     QStringList names() const;
     /** The index that QObject::qt_metacall() takes; -1 when there is no such slot. */

@@ -77,11 +77,11 @@ step_library() {
 # compiles alone, without a warning.
 step_headers() {
     local header flags=()
-    diff <(find "$source_dir"/{companion,src,host,widgets} -name '*.h' ! -path "$source_dir/widgets/*_p.h" \
-            -printf '%f\n' | grep -vxE 'MivoBuddy(Container|Index)_p\.h' | sort) \
+    diff <(find "$source_dir"/{companion,src,host,widgets,testkit} -name '*.h' ! -path "$source_dir/widgets/*_p.h" \
+            ! -path "$source_dir/testkit/*_p.h" -printf '%f\n' | grep -vxE 'MivoBuddy(Container|Index)_p\.h' | sort) \
         <(cd "$moved/include/mivo" && printf '%s\n' *.h | sort) \
         || fail "the installed headers are not those of the project"
-    read_flags --cflags mivo_host mivo_widgets
+    read_flags --cflags mivo_host mivo_widgets mivo_test
     flags=("${flags[@]/#-I\/usr/-isystem/usr}")
     for header in "$moved"/include/mivo/*.h; do
         c++ -std=c++17 -fsyntax-only -Wall -Wextra -Wpedantic -Wshadow -Werror "${flags[@]}" \
@@ -157,6 +157,14 @@ step_pkgconfig() {
     c++ -std=c++17 -Wall -Wextra "$source_dir/tests/install/viewer/main.cpp" "${flags[@]}" \
         -Wl,-rpath,"$moved/lib" -o "$work/viewer_pkgconfig"
     run_viewer "$work/viewer_pkgconfig"
+}
+
+# An author's own test, with the test kit: it runs the plug-in from its sources and passes.
+step_kit() {
+    rm -rf "$work/kit"
+    cmake -G Ninja -S "$source_dir/tests/install/kit" -B "$work/kit" -DCMAKE_PREFIX_PATH="$moved"
+    cmake --build "$work/kit"
+    ctest --test-dir "$work/kit" --output-on-failure --no-tests=error
 }
 
 # The examples are plug-ins like anybody's: a copy of them builds outside, where mivo-host runs it.

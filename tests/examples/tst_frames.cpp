@@ -1,14 +1,12 @@
-#include "MivoBuffer.h"
-#include "MivoGarbageCollector.h"
-#include "MivoGarbageCollector_p.h"
-#include "MivoHost.h"
-#include "MivoHostLog.h"
-#include "MivoPlugin.h"
-#include "MivoRemovable.h"
-
+#include "FramesConsumer.h"
+#include "FramesProducer.h"
 #include "TestThreads.h"
 
-#include <QtTest>
+#include <MivoBuffer.h>
+#include <MivoGarbageCollector.h>
+#include <MivoGarbageCollector_p.h>
+#include <MivoRemovable.h>
+#include <MivoTest.h>
 
 #include <cstring>
 #include <limits>
@@ -32,12 +30,20 @@ QByteArray frame(QSize size, quint32 number)
 }
 
 /** A consumer that holds on to the newest frames, at first to as many as come. */
-class HoldingConsumer : public MivoPlugin
+class HoldingConsumer : public MivoFakePlugin
 {
-    Q_OBJECT
-
 public:
-    QString name() const override { return "frames_consumer"; }
+    HoldingConsumer()
+        : MivoFakePlugin("frames_consumer")
+    {
+        answer("begin", [](QList<MivoArg>&) {});
+        take("takeFrame", [this](QList<MivoArg>& arguments) {
+            QMutexLocker locker(&mutex);
+            held.append(static_cast<MivoBuffer*>(arguments.at(0).toPointer()));
+            releaseOldest();
+            arrived.release();
+        });
+    }
 
     QSemaphore arrived;
 
@@ -53,17 +59,6 @@ public:
     {
         QMutexLocker locker(&mutex);
         return held;
-    }
-
-public Q_SLOTS:
-    void begin(MivoPlugin*, QList<MivoArg>&) { }
-
-    void takeFrame(QList<MivoArg>& arguments)
-    {
-        QMutexLocker locker(&mutex);
-        held.append(static_cast<MivoBuffer*>(arguments.at(0).toPointer()));
-        releaseOldest();
-        arrived.release();
     }
 
 private:
@@ -120,8 +115,8 @@ private Q_SLOTS:
     void theRingStaysUntilTheConsumerHasLetGoOfIt();
 
 private:
-    void collectRings(MivoHost& host, MivoPlugin* producer);
-    void deliver(MivoHost& host, MivoPlugin* consumer, QByteArray bytes);
+    void collectRings(MivoTestHost& host, MivoPlugin* producer);
+    void deliver(MivoTestHost& host, MivoPlugin* consumer, QByteArray bytes);
 
     MivoGarbageCollectorPrivate* collector = nullptr;
 };
@@ -132,9 +127,10 @@ void FramesPluginsTest::initTestCase()
 }
 
 /** Makes the collector's rounds at once, until no ring is left. */
-void FramesPluginsTest::collectRings(MivoHost& host, MivoPlugin* producer)
+void FramesPluginsTest::collectRings(MivoTestHost& host, MivoPlugin* producer)
 {
-    for (QDeadlineTimer patience(patienceMs); host.call(producer, "rings", {}).at(0).toInt() > 0;) {
+    for (QDeadlineTimer patience(patienceMs);
+         host.call(producer, "rings").values().at(0).toInt() > 0;) {
         QVERIFY(!patience.hasExpired());
         collector->timeout();
         QCoreApplication::processEvents();
@@ -142,13 +138,13 @@ void FramesPluginsTest::collectRings(MivoHost& host, MivoPlugin* producer)
 }
 
 /** Hands the consumer a frame of @p bytes and waits until it has been released. */
-void FramesPluginsTest::deliver(MivoHost& host, MivoPlugin* consumer, QByteArray bytes)
+void FramesPluginsTest::deliver(MivoTestHost& host, MivoPlugin* consumer, QByteArray bytes)
 {
     MivoBuffer buffer(bytes.size(), true);
     std::memcpy(buffer.getData(), bytes.constData(), size_t(bytes.size()));
     buffer.setInUse();
-    host.action(consumer, "takeFrame", {MivoArg(static_cast<void*>(&buffer))})();
-    buffer.waitForRelease();
+    host.post(consumer, "takeFrame", mivoValues(static_cast<void*>(&buffer)));
+    buffer.waitForRelease(); // by the consumer's own thread, which the action hands it on to
 }
 
 void FramesPluginsTest::theLargestSizeThatFitsIsChosen_data()
@@ -176,12 +172,13 @@ void FramesPluginsTest::theLargestSizeThatFitsIsChosen()
     QFETCH(QSize, wanted);
     QFETCH(float, ratio);
     QFETCH(QSize, size);
-    MivoHost host;
-    host.load(FRAMES_CONSUMER);
-    MivoPlugin* const producer = host.load(FRAMES_PRODUCER);
-    QVERIFY(host.start());
-    const QList<MivoArg> answer = host.call(producer, "start", startArguments(wanted, ratio));
-    host.call(producer, "stop", {});
+    MivoTestHost host;
+    host.add(new FramesConsumer);
+    MivoPlugin* const producer = host.add(new FramesProducer);
+    host.start();
+    const QList<MivoArg> answer
+        = host.call(producer, "start", startArguments(wanted, ratio)).values();
+    host.call(producer, "stop");
     collectRings(host, producer);
     QCOMPARE(answer.size(), 2);
     QCOMPARE(QSize(answer.at(0).toInt(), answer.at(1).toInt()), size);
@@ -189,25 +186,20 @@ void FramesPluginsTest::theLargestSizeThatFitsIsChosen()
 
 void FramesPluginsTest::aStartThatIsNotPossibleIsRefused()
 {
-    const auto errorOf = [](MivoHost& host, MivoPlugin* producer, float ratio) {
-        try {
-            host.call(producer, "start", startArguments(QSize(640, 480), ratio));
-        } catch (const MivoHostError& error) {
-            return error.message();
-        }
-        return QString();
+    const auto errorOf = [](MivoTestHost& host, MivoPlugin* producer, float ratio) {
+        return host.call(producer, "start", startArguments(QSize(640, 480), ratio)).failure();
     };
     {
-        MivoHost host;
-        MivoPlugin* const producer = host.load(FRAMES_PRODUCER);
-        QVERIFY(host.start());
+        MivoTestHost host;
+        MivoPlugin* const producer = host.add(new FramesProducer);
+        host.start();
         QCOMPARE(errorOf(host, producer, 1),
                  QString("frames_producer: start failed: there is no plug-in frames_consumer"));
     }
-    MivoHost host;
-    host.load(FRAMES_CONSUMER);
-    MivoPlugin* const producer = host.load(FRAMES_PRODUCER);
-    QVERIFY(host.start());
+    MivoTestHost host;
+    host.add(new FramesConsumer);
+    MivoPlugin* const producer = host.add(new FramesProducer);
+    host.start();
     const float infinity = std::numeric_limits<float>::infinity();
     const float notANumber = std::numeric_limits<float>::quiet_NaN();
     for (const float ratio :
@@ -217,31 +209,31 @@ void FramesPluginsTest::aStartThatIsNotPossibleIsRefused()
                      && error.endsWith(" has no frame size for 640x480"),
                  qPrintable(error));
     }
-    QCOMPARE(host.call(producer, "rings", {}).at(0).toInt(), 0);
+    QCOMPARE(host.call(producer, "rings").values().at(0).toInt(), 0);
 
     QCOMPARE(errorOf(host, producer, 1), QString());
     QCOMPARE(errorOf(host, producer, 1),
              QString("frames_producer: start failed: the frames run already"));
-    host.call(producer, "stop", {});
+    host.call(producer, "stop");
     collectRings(host, producer);
 }
 
 void FramesPluginsTest::theFramesAreThoseDefined()
 {
-    MivoHost host;
-    auto* const consumer = new HoldingConsumer;
+    HoldingConsumer consumer;
+    MivoTestHost host;
     host.add(consumer);
-    MivoPlugin* const producer = host.load(FRAMES_PRODUCER);
-    QVERIFY(host.start());
+    MivoPlugin* const producer = host.add(new FramesProducer);
+    host.start();
     host.call(producer, "start", startArguments(QSize(320, 240), 4.0F / 3));
-    QVERIFY(consumer->arrived.tryAcquire(3, patienceMs));
-    const QList<MivoBuffer*> held = consumer->heldFrames();
+    QVERIFY(consumer.arrived.tryAcquire(3, patienceMs));
+    const QList<MivoBuffer*> held = consumer.heldFrames();
     QList<QByteArray> frames;
     for (MivoBuffer* buffer : held)
         frames.append(
             QByteArray(reinterpret_cast<char*>(buffer->getData()), int(buffer->getSize())));
-    consumer->holdOnly(0);
-    host.call(producer, "stop", {});
+    consumer.holdOnly(0);
+    host.call(producer, "stop");
     collectRings(host, producer);
 
     QCOMPARE(frames.size(), 3);
@@ -251,20 +243,20 @@ void FramesPluginsTest::theFramesAreThoseDefined()
 
 void FramesPluginsTest::everyFrameArrivesAgainAfterASecondStart()
 {
-    MivoHost host;
-    MivoPlugin* const consumer = host.load(FRAMES_CONSUMER);
-    MivoPlugin* const producer = host.load(FRAMES_PRODUCER);
-    QVERIFY(host.start());
+    MivoTestHost host;
+    MivoPlugin* const consumer = host.add(new FramesConsumer);
+    MivoPlugin* const producer = host.add(new FramesProducer);
+    host.start();
     for (const QSize size : {QSize(64, 48), QSize(640, 480)}) {
         host.call(producer, "start", startArguments(size, 4.0F / 3));
         for (QDeadlineTimer patience(patienceMs);
-             host.call(consumer, "statistics", {}).at(0).toInt64() < 300;)
+             host.call(consumer, "statistics").values().at(0).toInt64() < 300;)
             QVERIFY(!patience.hasExpired());
-        host.call(producer, "stop", {});
+        host.call(producer, "stop");
         collectRings(host, producer);
 
-        const QList<MivoArg> received = host.call(consumer, "statistics", {});
-        const QList<MivoArg> made = host.call(producer, "statistics", {});
+        const QList<MivoArg> received = host.call(consumer, "statistics").values();
+        const QList<MivoArg> made = host.call(producer, "statistics").values();
         QCOMPARE(received.at(0).toInt64(), made.at(0).toInt64());
         QCOMPARE(received.at(1).toInt64(), 0LL);
         QCOMPARE(received.at(3).toString(), QString());
@@ -304,13 +296,13 @@ void FramesPluginsTest::theConsumerNoticesEveryFault()
 {
     QFETCH(QByteArray, second);
     QFETCH(QString, fault);
-    MivoHost host;
-    MivoPlugin* const consumer = host.load(FRAMES_CONSUMER);
-    QVERIFY(host.start());
-    host.call(consumer, "begin", {MivoArg(64), MivoArg(48)});
+    MivoTestHost host;
+    MivoPlugin* const consumer = host.add(new FramesConsumer);
+    host.start();
+    host.call(consumer, "begin", mivoValues(64, 48));
     deliver(host, consumer, frame(QSize(64, 48), 0));
     deliver(host, consumer, second);
-    const QList<MivoArg> statistics = host.call(consumer, "statistics", {});
+    const QList<MivoArg> statistics = host.call(consumer, "statistics").values();
     QCOMPARE(statistics.at(0).toInt64(), 2LL);
     QCOMPARE(statistics.at(1).toInt64(), 1LL);
     QCOMPARE(statistics.at(3).toString(), fault);
@@ -318,27 +310,27 @@ void FramesPluginsTest::theConsumerNoticesEveryFault()
 
 void FramesPluginsTest::theConsumerFindsNoFaultInRightFrames()
 {
-    MivoHost host;
-    MivoPlugin* const consumer = host.load(FRAMES_CONSUMER);
-    QVERIFY(host.start());
-    host.call(consumer, "begin", {MivoArg(16), MivoArg(16)});
+    MivoTestHost host;
+    MivoPlugin* const consumer = host.add(new FramesConsumer);
+    host.start();
+    host.call(consumer, "begin", mivoValues(16, 16));
     for (quint32 number = 0; number < 600; ++number)
         deliver(host, consumer, frame(QSize(16, 16), number));
-    QCOMPARE(host.call(consumer, "statistics", {}).at(0).toInt64(), 600LL);
-    QCOMPARE(host.call(consumer, "statistics", {}).at(1).toInt64(), 0LL);
-    QCOMPARE(host.call(consumer, "statistics", {}).at(3).toString(), QString());
+    QCOMPARE(host.call(consumer, "statistics").values().at(0).toInt64(), 600LL);
+    QCOMPARE(host.call(consumer, "statistics").values().at(1).toInt64(), 0LL);
+    QCOMPARE(host.call(consumer, "statistics").values().at(3).toString(), QString());
 }
 
 void FramesPluginsTest::theConsumerCountsOnFromTheFrameItFound()
 {
-    MivoHost host;
-    MivoPlugin* const consumer = host.load(FRAMES_CONSUMER);
-    QVERIFY(host.start());
-    host.call(consumer, "begin", {MivoArg(16), MivoArg(16)});
+    MivoTestHost host;
+    MivoPlugin* const consumer = host.add(new FramesConsumer);
+    host.start();
+    host.call(consumer, "begin", mivoValues(16, 16));
     const quint32 last = 256 * 256 * 256 - 1;
     for (const quint32 number : {0U, 65535U, 65536U, 65537U, last, last + 1, last + 2})
         deliver(host, consumer, frame(QSize(16, 16), number));
-    const QList<MivoArg> statistics = host.call(consumer, "statistics", {});
+    const QList<MivoArg> statistics = host.call(consumer, "statistics").values();
     QCOMPARE(statistics.at(0).toInt64(), 7LL);
     QCOMPARE(statistics.at(1).toInt64(), 2LL); // two gaps, and right frames around them
     QCOMPARE(statistics.at(3).toString(), QString("found frame 65535; expected frame 1"));
@@ -346,65 +338,58 @@ void FramesPluginsTest::theConsumerCountsOnFromTheFrameItFound()
 
 void FramesPluginsTest::theConsumerKeepsTheNextFrameWhenAsked()
 {
-    MivoHost host;
-    MivoPlugin* const consumer = host.load(FRAMES_CONSUMER);
-    QVERIFY(host.start());
+    MivoTestHost host;
+    MivoPlugin* const consumer = host.add(new FramesConsumer);
+    host.start();
     const QSize size(32, 16);
-    host.call(consumer, "begin", {MivoArg(32), MivoArg(16)});
+    host.call(consumer, "begin", mivoValues(32, 16));
     deliver(host, consumer, frame(size, 0));
-    QCOMPARE(host.call(consumer, "keptFrame", {}).size(), 0);
-    host.call(consumer, "keepFrame", {});
-    QCOMPARE(host.call(consumer, "keptFrame", {}).size(), 0);
+    QCOMPARE(host.call(consumer, "keptFrame").values().size(), 0);
+    host.call(consumer, "keepFrame");
+    QCOMPARE(host.call(consumer, "keptFrame").values().size(), 0);
     deliver(host, consumer, frame(size, 1));
     deliver(host, consumer, frame(size, 2));
 
-    const QList<MivoArg> kept = host.call(consumer, "keptFrame", {});
+    const QList<MivoArg> kept = host.call(consumer, "keptFrame").values();
     QCOMPARE(kept.size(), 4);
     QCOMPARE(QByteArray(static_cast<char*>(kept.at(0).toPointer()), 32 * 16 * 3), frame(size, 1));
     QCOMPARE(kept.at(1).toInt(), 32);
     QCOMPARE(kept.at(2).toInt(), 16);
     QCOMPARE(kept.at(3).toInt64(), 1LL);
 
-    host.call(consumer, "begin", {MivoArg(32), MivoArg(16)});
-    QCOMPARE(host.call(consumer, "keptFrame", {}).size(), 0);
+    host.call(consumer, "begin", mivoValues(32, 16));
+    QCOMPARE(host.call(consumer, "keptFrame").values().size(), 0);
 }
 
 void FramesPluginsTest::theConsumerRefusesANullFrame()
 {
-    static QStringList logged; // written by one thread at a time
-    MivoHostLog::setWriter([](const QString& line) { logged.append(line); });
-    {
-        MivoHost host;
-        MivoPlugin* const consumer = host.load(FRAMES_CONSUMER);
-        QVERIFY(host.start());
-        host.action(consumer, "takeFrame", {MivoArg(static_cast<void*>(nullptr))})();
-        deliver(host, consumer, QByteArray());
-        QCOMPARE(host.call(consumer, "statistics", {}).at(0).toInt64(), 1LL);
-    }
-    MivoHostLog::setWriter(nullptr);
-    QCOMPARE(logged,
-             QStringList("frames_consumer: an action failed: found a null frame; expected the "
-                         "Pointer to a MivoBuffer"));
+    MivoTestHost host;
+    MivoPlugin* const consumer = host.add(new FramesConsumer);
+    host.start();
+    QCOMPARE(host.post(consumer, "takeFrame", mivoValues(static_cast<void*>(nullptr))).failure(),
+             QString("frames_consumer: an action failed: found a null frame; expected the Pointer "
+                     "to a MivoBuffer"));
+    QCOMPARE(host.call(consumer, "statistics").values().at(0).toInt64(), 0LL);
 }
 
 void FramesPluginsTest::aSlowConsumerMakesTheProducerWait()
 {
-    MivoHost host;
-    auto* const consumer = new HoldingConsumer;
+    HoldingConsumer consumer;
+    MivoTestHost host;
     host.add(consumer);
-    MivoPlugin* const producer = host.load(FRAMES_PRODUCER);
-    QVERIFY(host.start());
+    MivoPlugin* const producer = host.add(new FramesProducer);
+    host.start();
     host.call(producer, "start", startArguments(QSize(64, 48), 4.0F / 3));
-    QVERIFY(consumer->arrived.tryAcquire(3, patienceMs));
-    const bool isAhead = consumer->arrived.tryAcquire(1, 400);
-    consumer->holdOnly(0);
-    const bool goesOn = consumer->arrived.tryAcquire(10, patienceMs);
-    host.call(producer, "stop", {});
+    QVERIFY(consumer.arrived.tryAcquire(3, patienceMs));
+    const bool isAhead = consumer.arrived.tryAcquire(1, 400);
+    consumer.holdOnly(0);
+    const bool goesOn = consumer.arrived.tryAcquire(10, patienceMs);
+    host.call(producer, "stop");
     collectRings(host, producer);
 
     QVERIFY(!isAhead); // three frames are the ring
     QVERIFY(goesOn);
-    const QList<MivoArg> statistics = host.call(producer, "statistics", {});
+    const QList<MivoArg> statistics = host.call(producer, "statistics").values();
     QVERIFY(statistics.at(0).toInt64() >= 13);
     const qint64 waited = statistics.at(1).toInt64();
     const qint64 longest = statistics.at(2).toInt64();
@@ -414,21 +399,21 @@ void FramesPluginsTest::aSlowConsumerMakesTheProducerWait()
 
 void FramesPluginsTest::theRingStaysUntilTheConsumerHasLetGoOfIt()
 {
-    const auto rings = [](MivoHost& host, MivoPlugin* producer) {
-        return host.call(producer, "rings", {}).at(0).toInt();
+    const auto rings = [](MivoTestHost& host, MivoPlugin* producer) {
+        return host.call(producer, "rings").values().at(0).toInt();
     };
-    MivoHost host;
-    auto* const consumer = new HoldingConsumer;
+    HoldingConsumer consumer;
+    MivoTestHost host;
     host.add(consumer);
-    MivoPlugin* const producer = host.load(FRAMES_PRODUCER);
-    QVERIFY(host.start());
+    MivoPlugin* const producer = host.add(new FramesProducer);
+    host.start();
     QCOMPARE(rings(host, producer), 0);
     host.call(producer, "start", startArguments(QSize(64, 48), 4.0F / 3));
-    QVERIFY(consumer->arrived.tryAcquire(3, patienceMs));
+    QVERIFY(consumer.arrived.tryAcquire(3, patienceMs));
     QCOMPARE(collector->removables.size(), 0);
     // A producer that waits for a frame cannot stop.
-    consumer->holdOnly(1);
-    host.call(producer, "stop", {});
+    consumer.holdOnly(1);
+    host.call(producer, "stop");
     QCOMPARE(collector->removables.size(), 1);
 
     Witness witness;
@@ -438,10 +423,10 @@ void FramesPluginsTest::theRingStaysUntilTheConsumerHasLetGoOfIt()
     QCOMPARE(rings(host, producer), 1);
     QCOMPARE(collector->removables.size(), 1);
 
-    consumer->holdOnly(0);
+    consumer.holdOnly(0);
     QTRY_COMPARE_WITH_TIMEOUT(rings(host, producer), 0, patienceMs);
     QCOMPARE(collector->removables.size(), 0);
 }
 
 QTEST_GUILESS_MAIN(FramesPluginsTest)
-#include "tst_framesplugins.moc"
+#include "tst_frames.moc"
