@@ -72,7 +72,8 @@ void MivoHostCompletionTest::theProgramKnowsWhatMayFollow_data()
     const QStringList options({"--with", "--wait", "--json", "--help"});
     QTest::newRow("nothing") << QStringList("")
                              << QStringList({"plugins", "call", "action", "form", "frames",
-                                             "roster", "session", "demo", "--help", "--version"});
+                                             "roster", "session", "new", "demo", "--help",
+                                             "--version"});
     QTest::newRow("command") << QStringList("fr") << QStringList("frames");
     QTest::newRow("no such command") << QStringList({"dance", ""}) << QStringList();
     QTest::newRow("option") << QStringList({"call", "--w"}) << QStringList({"--with", "--wait"});

@@ -167,6 +167,24 @@ step_kit() {
     ctest --test-dir "$work/kit" --output-on-failure --no-tests=error
 }
 
+# What the installed command makes builds without an edit, passes its test, and loads.
+step_new() {
+    local project=$work/projects/reminder
+    rm -rf "$work/projects"
+    mkdir "$work/projects"
+    "$moved/bin/mivo-host" new reminder --dir "$work/projects"
+    cmake -G Ninja -S "$project" -B "$project/build" -DCMAKE_PREFIX_PATH="$moved" \
+        -DCMAKE_CXX_FLAGS='-Wall -Wextra -Werror'
+    cmake --build "$project/build"
+    ctest --test-dir "$project/build" --output-on-failure --no-tests=error
+    "$moved/bin/mivo-host" call "$project/build/reminder.so" greet string:Ann \
+        | grep -F 'Hello, Ann!' || fail "the new plug-in did not greet"
+    "$moved/bin/mivo-host" form "$project/build/reminder.so" --set greeting=Hi \
+        || fail "the new plug-in has no form"
+    [[ -s $moved/share/qtcreator/templates/wizards/projects/mivo-plugin/wizard.json ]] \
+        || fail "Qt Creator does not find the wizard"
+}
+
 # The examples are plug-ins like anybody's: a copy of them builds outside, where mivo-host runs it.
 step_examples() {
     local copy=$work/examples

@@ -39,6 +39,12 @@ const char framesDetails[] = "The frames have the largest size of the ratio (4:3
                              "the size (640x480). They\n"
                              "run for N seconds (3), and one of them is written to FILE.";
 
+const char newDetails[]
+    = "NAME is a letter of A to Z or a to z, and behind it letters, digits and underscores. The\n"
+      "plug-in has a call, an action, a service, a settings form and a timer, and a test; it "
+      "builds\n"
+      "and passes as it is. A folder that is there already is never touched.";
+
 const Operand pluginOperand = {"FILE", Operand::One, Completion::PluginFiles};
 const Operand valuesOperand = {"KIND:VALUE", Operand::AnyNumber, Completion::Kinds};
 
@@ -280,6 +286,13 @@ const QList<Command>& commands()
          "Keeps plug-ins running and reads commands, a line each, from the terminal or a pipe.",
          sessionDetails,
          runSession},
+        {"new",
+         {{"NAME", Operand::One, Completion::Nothing}},
+         {{"--dir", Option::One, "FOLDER", "the name of a folder",
+           "makes it there and not in the current folder", Completion::Files}},
+         "Makes the project of a new plug-in, in a folder of its name: sources, build and test.",
+         newDetails,
+         runNew},
         {"demo",
          {},
          {},

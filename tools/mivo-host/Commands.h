@@ -46,6 +46,8 @@ QList<MivoField> findButtons(QList<MivoField> fields, const QStringList& ids);
 void clickButtons(QList<MivoField> buttons);
 /** The command "form". */
 void runForm(const Arguments& arguments);
+/** The command "new". */
+void runNew(const Arguments& arguments);
 /** The command "demo". */
 void runDemo(const Arguments& arguments);
 /** The command "frames". */
