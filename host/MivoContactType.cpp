@@ -54,7 +54,7 @@ bool MivoContactType::addSubscription(const MivoSubscriptionType& subscription)
     }
     std::unique_ptr<MivoSubscriptionType> added(new MivoSubscriptionType(subscription));
     subscriptions.append(added.get());
-    added.release();
+    static_cast<void>(added.release());
     return true;
 }
 

@@ -341,7 +341,7 @@ public:
     }
 
     /** Ends a plug-in and its thread; false when that had to be given up. */
-    bool end(const LoadedPlugin& loaded)
+    bool end(const LoadedPlugin& loaded) const
     {
         const Deadline deadline(shutdownTimeoutMs);
         if (!isStarted) // started to delete the plug-in, which lives there
@@ -509,7 +509,7 @@ bool MivoHost::start(QString* error)
         QString failure;
         try {
             failure = d->ask(loaded.plugin, &MivoPlugin::initialiseInThread, nullptr, host)
-                          .first()
+                          .at(0)
                           .toString();
         } catch (const MivoHostError& unreachable) {
             failure = unreachable.message();
@@ -648,7 +648,7 @@ QList<MivoField> MivoHost::fields(MivoPlugin* target) const
 {
     const LoadedPlugin loaded = d->requireWithLock(target);
     const MivoArg answer
-        = d->ask(target, &MivoPlugin::fieldsInThread, nullptr, QList<MivoArg>()).first();
+        = d->ask(target, &MivoPlugin::fieldsInThread, nullptr, QList<MivoArg>()).at(0);
     if (answer.getType() != MivoArg::FieldList)
         throw MivoHostError(QString::fromLatin1("%1: its form cannot be made: %2")
                                 .arg(loaded.name, answer.toString()));

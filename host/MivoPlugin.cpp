@@ -68,7 +68,8 @@ QString blamedArgument(const char* message, const QList<MivoArg>& given)
 /** Calls a slot with the addresses of its parameters, of which the last is the list @p arguments. */
 void invoke(MivoPlugin& plugin, int slot, void** parameters, const QList<MivoArg>& arguments)
 {
-    const QList<MivoArg> given = arguments;
+    // The slot may write to the list.
+    const QList<MivoArg> given = arguments; // NOLINT(performance-unnecessary-copy-initialization)
     try {
         plugin.qt_metacall(QMetaObject::InvokeMetaMethod, slot, parameters);
     } catch (const std::runtime_error& error) {

@@ -26,7 +26,7 @@ struct ElfKind
         if (!isElf)
             return;
         bits = header.at(EI_CLASS) == ELFCLASS32 ? 32 : 64;
-        byteOrder = header.at(EI_DATA);
+        byteOrder = static_cast<unsigned char>(header.at(EI_DATA));
         type = wordAt(header, EI_NIDENT);
         machine = wordAt(header, EI_NIDENT + 2);
     }

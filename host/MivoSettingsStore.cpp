@@ -21,7 +21,7 @@
 
 namespace {
 
-const qint64 largestFile = 16 * 1024 * 1024; // bytes
+const qint64 largestFile = qint64(16) * 1024 * 1024; // bytes
 
 std::runtime_error errorOf(const QString& file, const QString& reason)
 {

@@ -62,6 +62,7 @@ void MivoBuddyFilterModel::setSearchText(const QString& newText)
         return;
     text = trimmed;
     invalidateFilter();
+    Q_EMIT searchTextChanged(text);
 }
 
 bool MivoBuddyFilterModel::isOfflineHidden() const
@@ -75,6 +76,7 @@ void MivoBuddyFilterModel::setOfflineHidden(bool hidden)
         return;
     hidesOffline = hidden;
     invalidateFilter();
+    Q_EMIT offlineHiddenChanged(hidden);
 }
 
 bool MivoBuddyFilterModel::filterAcceptsRow(int sourceRow, const QModelIndex& sourceParent) const

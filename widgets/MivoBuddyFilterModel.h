@@ -17,8 +17,9 @@
 class MIVO_WIDGETS_EXPORT MivoBuddyFilterModel : public QSortFilterProxyModel
 {
     Q_OBJECT
-    Q_PROPERTY(QString searchText READ searchText WRITE setSearchText)
-    Q_PROPERTY(bool offlineHidden READ isOfflineHidden WRITE setOfflineHidden)
+    Q_PROPERTY(QString searchText READ searchText WRITE setSearchText NOTIFY searchTextChanged)
+    Q_PROPERTY(
+        bool offlineHidden READ isOfflineHidden WRITE setOfflineHidden NOTIFY offlineHiddenChanged)
 
 public:
     explicit MivoBuddyFilterModel(QObject* parent = nullptr);
@@ -35,6 +36,10 @@ public Q_SLOTS:
     void setSearchText(const QString& text);
     /** Whether to hide those whose presence has the flag Offline; false at first. */
     void setOfflineHidden(bool hidden);
+
+Q_SIGNALS:
+    void searchTextChanged(const QString& text);
+    void offlineHiddenChanged(bool hidden);
 
 protected:
     bool filterAcceptsRow(int sourceRow, const QModelIndex& sourceParent) const override;

@@ -24,11 +24,11 @@ public:
     void work();
     void apply(MivoBuddyEntry* shown, MivoBuddyEntry* copy);
     void applyEverywhere(const MivoBuddy& buddy, const MivoBuddyEntry& copy);
-    void change(const std::vector<MivoBuddyTreeUpdate::Change>& changes);
+    void change(const std::vector<MivoBuddyTreeUpdate::Change>& changes) const;
     void insertNew(const MivoBuddyTreeUpdate::Arrangement& arrangement);
     void moveRows(const std::vector<MivoBuddyTreeUpdate::Arrangement>& arrangements);
     void removeGone(MivoBuddyEntry* container);
-    void deriveAncestors(MivoBuddyEntry* place);
+    void deriveAncestors(MivoBuddyEntry* place) const;
 
     void enter(MivoBuddyEntry* place);
     void leave(MivoBuddyEntry* place);
@@ -166,7 +166,7 @@ void MivoBuddyModelPrivate::apply(MivoBuddyEntry* shown, MivoBuddyEntry* copy)
         removeGone(arrangement.container);
 }
 
-void MivoBuddyModelPrivate::change(const std::vector<MivoBuddyTreeUpdate::Change>& changes)
+void MivoBuddyModelPrivate::change(const std::vector<MivoBuddyTreeUpdate::Change>& changes) const
 {
     // Neighbours are told of together, and nothing is changed before it is told of: whoever sorts the
     // rows finds all others in order.
@@ -188,6 +188,7 @@ void MivoBuddyModelPrivate::insertNew(const MivoBuddyTreeUpdate::Arrangement& ar
     const std::vector<MivoBuddyEntry*>& rows = arrangement.rows;
     // Slots of the signals may ask for rows in between, hence all at once.
     std::vector<int> oldRows;
+    oldRows.reserve(rows.size());
     for (const MivoBuddyEntry* const place : rows)
         oldRows.push_back(place->parent == container ? place->row() : -1);
 
@@ -250,6 +251,7 @@ void MivoBuddyModelPrivate::moveRows(
 
     Q_EMIT q->layoutAboutToBeChanged();
     std::vector<MivoBuddyEntry*> sources;
+    sources.reserve(moved.size());
     for (MivoBuddyEntry* const place : moved)
         sources.push_back(place->parent);
     for (const Order& order : orders) {
@@ -309,7 +311,7 @@ void MivoBuddyModelPrivate::removeGone(MivoBuddyEntry* container)
     }
 }
 
-void MivoBuddyModelPrivate::deriveAncestors(MivoBuddyEntry* place)
+void MivoBuddyModelPrivate::deriveAncestors(MivoBuddyEntry* place) const
 {
     for (MivoBuddyEntry* ancestor = place->parent; ancestor; ancestor = ancestor->parent) {
         if (ancestor->derive()) {

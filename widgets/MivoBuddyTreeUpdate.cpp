@@ -25,8 +25,8 @@ public:
     /** Null when there is none left. */
     MivoBuddyEntry* take(const MivoBuddy& buddy)
     {
-        const auto found = places.find(buddy);
-        if (found == places.end())
+        const auto found = places.constFind(buddy);
+        if (found == places.cend())
             return nullptr;
         MivoBuddyEntry* const place = found.value();
         places.erase(found);

@@ -20,7 +20,7 @@ namespace {
 const double largest = DBL_MAX;
 
 /** Pictures of more pixels are not worth their memory here. */
-const qint64 mostPixels = 64 * 1000 * 1000;
+const qint64 mostPixels = qint64(64) * 1000 * 1000;
 const QSize largestPicture(320, 160);
 const QSize smallestPicture(64, 64);
 

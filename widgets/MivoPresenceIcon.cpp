@@ -55,14 +55,14 @@ QIcon MivoPresenceIcons::icon(const MivoShownPresence& presence)
     for (const QString& name : {presence.icon, presence.ownIcon}) {
         if (name.isEmpty())
             continue;
-        auto known = named.constFind(name);
-        if (known == named.constEnd())
+        auto known = named.find(name);
+        if (known == named.end())
             known = named.insert(name, findIcon(name));
         if (!known.value().isNull())
             return known.value();
     }
-    auto known = drawn.constFind(presence.flag);
-    if (known == drawn.constEnd())
+    auto known = drawn.find(presence.flag);
+    if (known == drawn.end())
         known = drawn.insert(presence.flag, drawIcon(presence.flag));
     return known.value();
 }

@@ -21,6 +21,7 @@ private Q_SLOTS:
     void whoIsOfflineIsHiddenOnDemand();
     void onlyTheFlagMakesSomebodyOffline();
     void theTextIsLookedForInNameAndId();
+    void itTellsWhenItFiltersOtherwise();
     void aMergedContactIsFoundByThoseBelowIt();
     void allBelowAFittingMetaContactAreShown();
     void aChangeOfPresenceMovesAndHides();
@@ -209,6 +210,18 @@ void tst_MivoBuddyFilterModel::theTextIsLookedForInNameAndId()
     QCOMPARE(outline(*filter), QString());
     filter->setSearchText(" ");
     QCOMPARE(outline(*filter), QString("Anna's(Anna, Bob), B(A+, Carl)"));
+}
+
+void tst_MivoBuddyFilterModel::itTellsWhenItFiltersOtherwise()
+{
+    QSignalSpy text(filter.get(), &MivoBuddyFilterModel::searchTextChanged);
+    filter->setSearchText(" bob ");
+    filter->setSearchText("bob");
+    QCOMPARE(text, QList<QVariantList>() << QVariantList({"bob"}));
+    QSignalSpy hidden(filter.get(), &MivoBuddyFilterModel::offlineHiddenChanged);
+    filter->setOfflineHidden(true);
+    filter->setOfflineHidden(true);
+    QCOMPARE(hidden, QList<QVariantList>() << QVariantList({true}));
 }
 
 void tst_MivoBuddyFilterModel::aMergedContactIsFoundByThoseBelowIt()

@@ -24,7 +24,7 @@ namespace {
 
 const int mostLines = 10000;
 
-QMutex receiverMutex;
+QMutex receiverMutex; // clazy:exclude=non-pod-global-static
 LogModel* receiver = nullptr;
 
 void writeLine(const QString& line)

@@ -42,8 +42,10 @@ MivoBuddyType makeContactType(const QString& host)
 /** Names the groups of users, and those that are made here, whose names users may have given too. */
 typedef QPair<bool, QString> GroupKey; // whether it is made here, and the name
 
-const GroupKey noGroupKey(true, noGroup);
-const GroupKey strangersKey(true, strangersGroup);
+GroupKey keyOfOwn(const char* group)
+{
+    return {true, group};
+}
 
 /** An entry of the list before it is known how many contacts it shows. */
 struct Entry
@@ -87,7 +89,7 @@ public:
         for (const Entry& entry : qAsConst(entries))
             groupOf(entry.group).addBuddy(shown(entry));
         for (const MivoBuddy& stranger : qAsConst(strangers))
-            groupOf(strangersKey).addBuddy(stranger);
+            groupOf(keyOfOwn(strangersGroup)).addBuddy(stranger);
         std::stable_sort(list.groups.begin(), list.groups.end(), groupLessThan);
         std::stable_sort(list.reports.begin(), list.reports.end(),
                          [](const Report& a, const Report& b) {
@@ -102,7 +104,7 @@ private:
     void addContact(const MivoBuddyContact& contact, const RosterItem& item)
     {
         const GroupKey group
-            = item.groups.isEmpty() ? noGroupKey : GroupKey(false, item.groups.first());
+            = item.groups.isEmpty() ? keyOfOwn(noGroup) : GroupKey(false, item.groups.first());
         if (item.groups.size() > 1)
             report(item,
                    QString("the contact is in %1 groups: it is shown in the first of them")
