@@ -45,7 +45,7 @@ void MivoContactTypeTest::whatIsAddedStandsInTheTypeInItsOrder()
     QCOMPARE(type.getDisplay(), QString("Jabber"));
     QCOMPARE(type.getSubscriptionWithId("both").getIcon(), QString("both.png"));
     QCOMPARE(type.getExtraInfoFields().size(), 1);
-    QCOMPARE(type.getExtraInfoFields().first().getId(), QString("city"));
+    QCOMPARE(type.getExtraInfoFields().at(0).getId(), QString("city"));
 }
 
 void MivoContactTypeTest::anIdIsAddedOnce()

@@ -2,11 +2,11 @@
 #include <MivoDispatcher.h>
 #include <MivoField.h>
 #include <MivoHost.h>
-#include <MivoHostLog.h>
 #include <MivoPlugin.h>
 #include <MivoPluginThread.h>
 #include <MivoWait.h>
 
+#include "KeptLog.h"
 #include "TestThreads.h"
 
 #include <QtTest>
@@ -20,23 +20,6 @@ Q_DECLARE_METATYPE(MivoArg)
 namespace {
 
 const int patienceMs = testBoundMs;
-
-QMutex logMutex;
-QStringList logLines;
-
-void keepLine(const QString& line)
-{
-    QMutexLocker locker(&logMutex);
-    logLines.append(line);
-}
-
-QStringList takeLog()
-{
-    QMutexLocker locker(&logMutex);
-    const QStringList lines = logLines;
-    logLines.clear();
-    return lines;
-}
 
 /** Shared by plug-ins and the test: what happened, in order, and where. */
 struct Diary
@@ -319,12 +302,12 @@ private Q_SLOTS:
 void MivoHostTest::initTestCase()
 {
     QThread::currentThread()->setObjectName("main");
-    MivoHostLog::setWriter(keepLine);
+    KeptLog::start();
 }
 
 void MivoHostTest::cleanup()
 {
-    takeLog();
+    KeptLog::take();
 }
 
 void MivoHostTest::defaultsOfAPluginAreHarmless()
@@ -459,7 +442,7 @@ void MivoHostTest::aPostedCallThatThrowsIsLoggedAndAnswered()
         {MivoArg(1)}, host.threadOf(plugin));
     QCOMPARE(answer.size(), 2);
     QCOMPARE(answer.last().toInt(), 7);
-    QCOMPARE(takeLog(), QStringList("a: a call failed: thrown directly"));
+    QCOMPARE(KeptLog::take(), QStringList("a: a call failed: thrown directly"));
 }
 
 void MivoHostTest::aFormIsMadeInThePluginsThread()
@@ -494,7 +477,7 @@ void MivoHostTest::aFormThatCannotBeMadeIsRefused()
     QVERIFY(host.start());
     QCOMPARE(message(), QString("FormPlugin: its form cannot be made: no paper"));
     QCOMPARE(message(), QString("FormPlugin: its form cannot be made: no paper"));
-    QCOMPARE(takeLog(), QStringList());
+    QCOMPARE(KeptLog::take(), QStringList());
 }
 
 void MivoHostTest::anActionIsDeliveredInTheDispatchersThread()
@@ -527,7 +510,7 @@ void MivoHostTest::anActionThatThrowsIsLogged()
     host.action(plugin, "failLater", {})();
     host.action(plugin, "note", {})();
     host.shutdown();
-    QCOMPARE(takeLog(), QStringList("a: an action failed: it failed later"));
+    QCOMPARE(KeptLog::take(), QStringList("a: an action failed: it failed later"));
     QVERIFY(diary.read().contains("noted 0 in dispatcher"));
 }
 
@@ -542,7 +525,7 @@ void MivoHostTest::anActionWithoutItsSlotIsRefused()
     // By hand, past the check: the dispatcher reports it.
     MivoPluginAction(plugin, &MivoPlugin::runByName, {MivoArg(QString("twice"))})();
     host.shutdown();
-    QCOMPARE(takeLog(),
+    QCOMPARE(KeptLog::take(),
              QStringList(
                  "a: an action failed: a has no slot \"twice\" to run as an action: "
                  "twice(MivoPlugin*,QList<MivoArg>&) is a synchronous call; expected one of: note, "
@@ -586,7 +569,7 @@ void MivoHostTest::aPendingCallIsAnsweredWhenItsThreadIsStopped()
     plugin.mayLeave.release();
     QVERIFY(blocked.wait(patienceMs));
     QVERIFY(queued.wait(patienceMs));
-    QCOMPARE(blocked.getRetValue().first().toString(), QString("unblocked"));
+    QCOMPARE(blocked.getRetValue().at(0).toString(), QString("unblocked"));
     QCOMPARE(queued.getRetValue().size(), 2);
     QVERIFY(diary.read().contains("twice from nobody in a"));
     thread.stop();
@@ -604,7 +587,7 @@ void MivoHostTest::aThreadThatEndsOnItsOwnIsNoObstacle()
     host.threadOf(plugin)->stop();
     QVERIFY_EXCEPTION_THROWN(host.call(plugin, "twice", {}), MivoHostError);
     host.shutdown();
-    QCOMPARE(takeLog(), QStringList("a: its thread has ended before its shutdown"));
+    QCOMPARE(KeptLog::take(), QStringList("a: its thread has ended before its shutdown"));
     QCOMPARE(diary.read(), QStringList({"a initialised in a", "a deleted in a"}));
 }
 
@@ -629,7 +612,8 @@ void MivoHostTest::aPluginThatCannotBeInitialisedIsReported()
     QVERIFY(!host.start(&error));
     QCOMPARE(error, message);
     host.shutdown();
-    QCOMPARE(takeLog(), QStringList("UnwillingPlugin: the shutdown failed: cannot end either"));
+    QCOMPARE(KeptLog::take(),
+             QStringList("UnwillingPlugin: the shutdown failed: cannot end either"));
 }
 
 void MivoHostTest::aHostThatWasNotStartedFreesItsPlugins()
@@ -913,7 +897,7 @@ void MivoHostTest::aPluginThatBlocksForEverIsAbandoned()
     // The others have ended as ever.
     QCOMPARE(diary.read(),
              QStringList({"a initialised in a", "a shut down in a", "a deleted in a"}));
-    QCOMPARE(takeLog(), log);
+    QCOMPARE(KeptLog::take(), log);
     QCOMPARE(MivoHost::abandonedThreads() - abandonedBefore, int(log.size()));
     QVERIFY(thread && thread->isRunning());
 
@@ -969,7 +953,7 @@ void MivoHostTest::aPluginThatDeletesItselfIsReportedAndNotTouched()
                                thread)
                 .isEmpty());
     QVERIFY(host.shutdown());
-    QCOMPARE(takeLog(),
+    QCOMPARE(KeptLog::take(),
              QStringList({"gone: it has deleted itself, which is for its host to do",
                           "an action is dropped: its plug-in has gone"}));
     QVERIFY(diary.read().contains("a deleted in a"));
@@ -1077,7 +1061,7 @@ void MivoHostTest::aFailedConversionNamesItsArgument()
     // An action's goes to the log.
     host.action(plugin, "act", {MivoArg(true), MivoArg(7)})();
     host.shutdown();
-    QCOMPARE(takeLog(),
+    QCOMPARE(KeptLog::take(),
              QStringList("NearlyPlugin: an action failed: MivoArg: cannot convert MivoArg::Int to "
                          "MivoArg::String "
                          "(argument 2)"));

@@ -11,7 +11,7 @@
 
 namespace {
 
-const QString ended = "the host has been shut down";
+const char ended[] = "the host has been shut down";
 
 /** What a call that does not block has answered. */
 struct Answer
@@ -209,8 +209,9 @@ void MivoHostLaterTest::theCallerMayBeThePluginItself()
     std::atomic<int> size{-1};
     QObject context;
     context.moveToThread(host->threadOf(plugin));
-    host->callLater(plugin, "twice", {MivoArg(1)}, &context,
-                    [&](const QList<MivoArg>& values, const QString&) { size = values.size(); });
+    host->callLater(
+        plugin, "twice", {MivoArg(1)}, &context,
+        [&](const QList<MivoArg>& values, const QString&) { size = int(values.size()); });
     QVERIFY(waitUntil([&] { return size != -1; }));
     QCOMPARE(size.load(), 2);
     host->shutdown();

@@ -2,6 +2,7 @@
 #define FAILINGMALLOC_H
 
 #include <cstddef>
+#include <cstdlib>
 
 /** @file
  * Replaces the allocation functions of the whole program by ones that can be made to fail, and so
@@ -36,17 +37,17 @@ void* __libc_malloc(std::size_t size);
 void* __libc_calloc(std::size_t count, std::size_t size);
 void* __libc_realloc(void* memory, std::size_t size);
 
-void* malloc(std::size_t size)
+void* malloc(std::size_t size) noexcept
 {
     return failingMalloc::fails() ? nullptr : __libc_malloc(size);
 }
 
-void* calloc(std::size_t count, std::size_t size)
+void* calloc(std::size_t count, std::size_t size) noexcept
 {
     return failingMalloc::fails() ? nullptr : __libc_calloc(count, size);
 }
 
-void* realloc(void* memory, std::size_t size)
+void* realloc(void* memory, std::size_t size) noexcept
 {
     return failingMalloc::fails() ? nullptr : __libc_realloc(memory, size);
 }
