@@ -55,6 +55,7 @@ private:
     const CycleBreaker<MivoBuddyGroup> endOfGroup;
 };
 
+// clazy:excludeall=non-pod-global-static
 const EarlyMove earlyMove; // NOLINT(bugprone-throwing-static-initialization)
 
 } // namespace

@@ -30,6 +30,7 @@ void runInFourThreads(int boundMs, Piece piece)
 {
     std::atomic<int> ready{0};
     std::vector<std::future<void>> threads;
+    threads.reserve(threadCount);
     for (int number = 0; number < threadCount; ++number) {
         threads.push_back(std::async(std::launch::async, [&ready, &piece, number] {
             ++ready;

@@ -148,7 +148,7 @@ void tst_MivoBuddyContact::theSettersChangeTheSharedRecord()
     QCOMPARE(other.getPresence().getDescription(), QString("back soon"));
     QCOMPARE(other.getSubscription().getId(), QString("to"));
     QCOMPARE(int(other.getResources().size()), 1);
-    QCOMPARE(other.getResources().first().getName(), QString("Phone"));
+    QCOMPARE(other.getResources().at(0).getName(), QString("Phone"));
     QCOMPARE(other.getAvatarPath(), QString("a.png"));
 }
 

@@ -81,7 +81,7 @@ void tst_MivoBuddyMerged::theFirstContactSpeaksForAll()
     QCOMPARE(merged.getAvatarPath(), QString("a.png"));
     QCOMPARE(merged.getPresence().getDescription(), QString("a"));
     QCOMPARE(int(merged.getResources().size()), 1);
-    QCOMPARE(merged.getResources().first().getName(), QString("Phone"));
+    QCOMPARE(merged.getResources().at(0).getName(), QString("Phone"));
 }
 
 void tst_MivoBuddyMerged::throughTheBaseItAnswersItsOwnName()

@@ -61,7 +61,7 @@ void tst_MivoBuddyTemporary::theSettersChangeTheSharedRecord()
     temporary.setResources(QList<MivoBuddyResource>() << MivoBuddyResource(&phone, MivoPresence()));
     QCOMPARE(other.getPresence().getDescription(), QString("bye"));
     QCOMPARE(int(other.getResources().size()), 1);
-    QCOMPARE(other.getResources().first().getName(), QString("Phone"));
+    QCOMPARE(other.getResources().at(0).getName(), QString("Phone"));
 }
 
 QTEST_GUILESS_MAIN(tst_MivoBuddyTemporary)

@@ -352,7 +352,8 @@ void FramesPluginsTest::theConsumerKeepsTheNextFrameWhenAsked()
 
     const QList<MivoArg> kept = host.call(consumer, "keptFrame").values();
     QCOMPARE(kept.size(), 4);
-    QCOMPARE(QByteArray(static_cast<char*>(kept.at(0).toPointer()), 32 * 16 * 3), frame(size, 1));
+    const int bytes = 32 * 16 * 3;
+    QCOMPARE(QByteArray(static_cast<char*>(kept.at(0).toPointer()), bytes), frame(size, 1));
     QCOMPARE(kept.at(1).toInt(), 32);
     QCOMPARE(kept.at(2).toInt(), 16);
     QCOMPARE(kept.at(3).toInt64(), 1LL);

@@ -149,7 +149,7 @@ QByteArray attributesOfAChild(int count)
 QByteArray attributesInUtf16(int count)
 {
     const QString text = QString::fromLatin1(attributesOfTheRoot(count));
-    return QByteArray(reinterpret_cast<const char*>(text.utf16()), int(text.size()) * 2);
+    return QByteArray(reinterpret_cast<const char*>(text.utf16()), text.size() * 2);
 }
 
 QByteArray attributesInADocumentType(int count)
@@ -258,9 +258,9 @@ void tst_MivoXmlNodeGrowth::aFormTakesLittleMemory()
 {
     if (!canCountHeap())
         QSKIP("the sanitizers have a heap of their own");
-    const int fields = 10000;
+    const qint64 fields = 10000;
     MivoXmlNode made;
-    const HeapCount::Use making = HeapCount::of([&] { made = formOf(fields); });
+    const HeapCount::Use making = HeapCount::of([&] { made = formOf(int(fields)); });
     QByteArray xml;
     const HeapCount::Use writing = HeapCount::of([&] { xml = made.toXml(); });
     MivoXmlNode read;

@@ -112,7 +112,7 @@ void tst_MivoXmlNodeLimits::acceptsAtMost1000AttributesInEveryEncoding_data()
 void tst_MivoXmlNodeLimits::acceptsAtMost1000AttributesInEveryEncoding()
 {
     QFETCH(Encode, encode);
-    for (const QByteArray value : {"", "\xe9 = > \""}) {
+    for (const char* const value : {"", "\xe9 = > \""}) {
         const QByteArray many = manyAttributes(1000, value);
         const MivoXmlNode node = MivoXmlNode::parse(encode("<r>\n<a" + many + "/></r>"));
         QCOMPARE(node.getChild("a").getAttribute("a0"), QString::fromLatin1(value));
@@ -177,8 +177,7 @@ void tst_MivoXmlNodeLimits::countsWhateverStandsBefore_data()
                                   "<![CDATA[]]]>",
                                   "<![CDATA[\"]]>",
                                   "<?x?>",
-                                  "<?x ?"
-                                  "?>",
+                                  "<?x ?\?>",
                                   "<?x '?>",
                                   "'",
                                   "> ]]&gt; -- ?",
@@ -303,21 +302,22 @@ void tst_MivoXmlNodeLimits::refusesWhatIsNoCharacter_data()
 {
     QTest::addColumn<QByteArray>("xml");
     const QByteArray wide = encodeWide<2, false, true>("<a>--</a>");
-    const auto replaced = [](QByteArray xml, int at, const char* bytes, int count) {
-        return xml.replace(at, count, QByteArray(bytes, count));
+    const auto replaced = [](QByteArray xml, int at, const char* hex) {
+        const QByteArray bytes = QByteArray::fromHex(hex);
+        return xml.replace(at, bytes.size(), bytes);
     };
     const int at = 2 + 3 * 2;
     QTest::newRow("UTF-8, overlong") << QByteArray("<a>\xc0\xbc</a>");
     QTest::newRow("UTF-8, surrogate") << QByteArray("<a>\xed\xa0\x80</a>");
-    QTest::newRow("UTF-16, high surrogate alone") << replaced(wide, at, "\x3d\xd8", 2);
-    QTest::newRow("UTF-16, low surrogate alone") << replaced(wide, at, "\x00\xde", 2);
-    QTest::newRow("UTF-16, pair the wrong way round") << replaced(wide, at, "\x00\xde\x3d\xd8", 4);
-    QTest::newRow("UTF-16, zero") << replaced(wide, at, "\0\0", 2);
+    QTest::newRow("UTF-16, high surrogate alone") << replaced(wide, at, "3dd8");
+    QTest::newRow("UTF-16, low surrogate alone") << replaced(wide, at, "00de");
+    QTest::newRow("UTF-16, pair the wrong way round") << replaced(wide, at, "00de3dd8");
+    QTest::newRow("UTF-16, zero") << replaced(wide, at, "0000");
     QTest::newRow("UTF-16, half a unit") << wide.left(wide.size() - 1);
     QTest::newRow("UTF-16, half a unit more") << wide + " ";
     const QByteArray wider = encodeWide<4, true, true>("<a>?</a>");
-    QTest::newRow("UTF-32, surrogate") << replaced(wider, 4 + 3 * 4, "\0\0\xd8\x3d", 4);
-    QTest::newRow("UTF-32, beyond the last") << replaced(wider, 4 + 3 * 4, "\0\x11\0\0", 4);
+    QTest::newRow("UTF-32, surrogate") << replaced(wider, 4 + 3 * 4, "0000d83d");
+    QTest::newRow("UTF-32, beyond the last") << replaced(wider, 4 + 3 * 4, "00110000");
     QTest::newRow("UTF-32, half a unit") << wider.left(wider.size() - 2);
 }
 

@@ -323,8 +323,8 @@ void tst_XmlNodeProperty::damagedXmlIsRefusedOrReadConsistently()
         const MivoXmlNode read = MivoXmlNode::parse(xml, &error);
         RC_ASSERT(read.isNull() == !error.isNull());
         if (read.isNull()) {
-            RC_ASSERT(
-                error.contains(QRegularExpression("^line [1-9][0-9]*, column [1-9][0-9]*: .")));
+            static const QRegularExpression place("^line [1-9][0-9]*, column [1-9][0-9]*: .");
+            RC_ASSERT(error.contains(place));
             return;
         }
         const QByteArray written = read.toXml(-1);
