@@ -225,7 +225,7 @@ void MivoHostCompletionTest::theManualNamesAllCommandsAndOptions()
           ".SH EXIT STATUS\n0, 1 "})
         QVERIFY2(page.contains(text), text);
     for (const char* command :
-         {"plugins", "call", "action", "form", "frames", "roster", "session", "demo"}) {
+         {"plugins", "call", "action", "form", "frames", "roster", "session", "new", "demo"}) {
         const QString help = mivoHost({command, "--help"}).out;
         const QString synopsis = help.section('\n', 0, 0).remove("usage: mivo-host ");
         QVERIFY2(page.contains(".SS " + synopsis + '\n'), command);
