@@ -1,6 +1,7 @@
 #include "ExamplePlugins.h"
 #include "LogPage.h"
 #include "MainWindow.h"
+#include "MessageModel.h"
 
 #include <MivoBuddyModel.h>
 #include <MivoFrameWidget.h>
@@ -17,6 +18,7 @@
 #include <QFileDialog>
 #include <QLabel>
 #include <QLineEdit>
+#include <QListView>
 #include <QListWidget>
 #include <QLocale>
 #include <QMenu>
@@ -193,6 +195,13 @@ private Q_SLOTS:
     void severalListsAreShownOneAtATime();
     void contactsAreReadAgainWhenMoreIsOpened();
     void keysAndClicksOfTheDisplayReachTheWindow();
+    void aClickOnAContactOpensTheConversation();
+    void aMessageShowsWhatBecomesOfIt();
+    void onlyWhatHasBeenSeenIsMarkedAsRead();
+    void theConversationIsOpenedByKeysAndCopied();
+    void aConversationTakesEventsInAnyOrder();
+    void aConversationTakesNothingElse();
+
     void aFormIsEditedSavedLoadedAndRestored();
     void aFileThatCannotBeWrittenIsToldOfInTheBar();
     void aFormIsAppliedAndShownAsThePluginAnswersIt();
@@ -352,6 +361,198 @@ void tst_MivoWindow::keysAndClicksOfTheDisplayReachTheWindow()
     onDisplay({"key", "alt+h"});
     QTRY_VERIFY(!offline->isChecked());
     QTRY_VERIFY(namesIn(*tree->model()).contains("Nurse"));
+}
+
+void tst_MivoWindow::aClickOnAContactOpensTheConversation()
+{
+    OpenWindow open({MIVO_PROBE_PLUGIN});
+    QTreeView* const tree = open.find<QTreeView>("tree");
+    const auto unread
+        = [&] { return rowOf(*tree->model(), "ann").data(MivoBuddyModel::UnreadRole).toInt(); };
+    QTRY_VERIFY_WITH_TIMEOUT(rowOf(*tree->model(), "ann").isValid(), patienceMs);
+    open.call("probe", "hear", {MivoArg(QString("ann")), MivoArg(QString("good day"))});
+    open.call("probe", "hear", {MivoArg(QString("ann")), MivoArg(QString("are you there?"))});
+    QTRY_COMPARE_WITH_TIMEOUT(unread(), 2, patienceMs);
+
+    onDisplay({"windowfocus", QString::number(open.window.winId())});
+    onDisplay(QStringList("mousemove")
+              + OpenWindow::pointOn(tree->viewport(),
+                                    tree->visualRect(rowOf(*tree->model(), "ann")).center())
+              + QStringList({"click", "1"}));
+    QListView* list = nullptr;
+    QTRY_VERIFY_WITH_TIMEOUT((list = open.window.findChild<QListView*>("messageList")), patienceMs);
+    QTRY_COMPARE_WITH_TIMEOUT(list->model()->rowCount(), 2, patienceMs);
+    const QAbstractItemModelTester tester(list->model(),
+                                          QAbstractItemModelTester::FailureReportingMode::QtTest);
+    const QString time = QLocale().toString(QDateTime::fromMSecsSinceEpoch(1700000000000),
+                                            QLocale::ShortFormat); // of the first
+    QCOMPARE(list->model()->index(0, 0).data().toString(), time + "  ann: good day");
+    QVERIFY(list->isVisible());
+    QTRY_COMPARE_WITH_TIMEOUT(unread(), 0, patienceMs);
+
+    // The line has the focus: one may type at once.
+    onDisplay(typed("yes, I am"));
+    onDisplay({"key", "Return"});
+    QTRY_COMPARE_WITH_TIMEOUT(list->model()->rowCount(), 3, patienceMs);
+    QTRY_VERIFY(list->model()->index(2, 0).data().toString().endsWith("  I: yes, I am"));
+    QCOMPARE(open.find<QLineEdit>("messageLine")->text(), QString());
+    open.call("probe", "hear", {MivoArg(QString("ann")), MivoArg(QString("fine"))});
+    QTRY_COMPARE_WITH_TIMEOUT(list->model()->rowCount(), 4, patienceMs);
+    QTRY_COMPARE_WITH_TIMEOUT(unread(), 0, patienceMs); // it is looked at
+    QCOMPARE(open.messages(), QString());
+}
+
+void tst_MivoWindow::aMessageShowsWhatBecomesOfIt()
+{
+    OpenWindow open({MIVO_PROBE_PLUGIN});
+    QTreeView* const tree = open.find<QTreeView>("tree");
+    QTRY_VERIFY_WITH_TIMEOUT(rowOf(*tree->model(), "ann").isValid(), patienceMs);
+    tree->setCurrentIndex(rowOf(*tree->model(), "ann"));
+    tree->setFocus();
+    open.key(Qt::Key_Return);
+    QListView* list = nullptr;
+    QTRY_VERIFY_WITH_TIMEOUT((list = open.window.findChild<QListView*>("messageList")), patienceMs);
+    QLineEdit* const line = open.find<QLineEdit>("messageLine");
+    QTRY_COMPARE(QApplication::focusWidget(), static_cast<QWidget*>(line));
+    const auto say = [&](const QString& text) {
+        open.keys(text);
+        open.key(Qt::Key_Return);
+    };
+    const auto row = [&](int i) { return list->model()->index(i, 0).data().toString(); };
+    say("later one");
+    QTRY_VERIFY_WITH_TIMEOUT(row(0).endsWith("I: later one  (on its way)"), patienceMs);
+    open.call("probe", "deliver");
+    QTRY_VERIFY_WITH_TIMEOUT(row(0).endsWith("I: later one"), patienceMs);
+    say("never two");
+    QTRY_VERIFY_WITH_TIMEOUT(
+        row(1).endsWith("I: never two  (not delivered: the server refuses it)"), patienceMs);
+    say("no three"); // the call itself fails: nothing is lost
+    QTRY_VERIFY_WITH_TIMEOUT(row(2).contains("I: no three  (not delivered: probe: sendMessage "
+                                             "failed: there is no account to send it with)"),
+                             patienceMs);
+    say("   ");
+    say("four");
+    QTRY_VERIFY_WITH_TIMEOUT(row(3).endsWith("I: four"), patienceMs);
+    QCOMPARE(list->model()->rowCount(), 4);
+}
+
+void tst_MivoWindow::onlyWhatHasBeenSeenIsMarkedAsRead()
+{
+    OpenWindow open({MIVO_PROBE_PLUGIN});
+    QTreeView* const tree = open.find<QTreeView>("tree");
+    QTRY_VERIFY_WITH_TIMEOUT(rowOf(*tree->model(), "ann").isValid(), patienceMs);
+    open.call("probe", "arrive", {MivoArg(QString("bob"))});
+    QTRY_VERIFY_WITH_TIMEOUT(rowOf(*tree->model(), "bob").isValid(), patienceMs);
+    const auto unread = [&](const QString& name) {
+        return rowOf(*tree->model(), name).data(MivoBuddyModel::UnreadRole).toInt();
+    };
+    const auto choose = [&](const QString& name) {
+        tree->setCurrentIndex(rowOf(*tree->model(), name));
+        tree->setFocus();
+        open.key(Qt::Key_Return);
+    };
+    QVERIFY(QTest::qWaitForWindowActive(&open.window));
+    choose("ann");
+    QTRY_VERIFY_WITH_TIMEOUT(open.window.findChild<QLineEdit*>("messageLine"), patienceMs);
+    choose("bob");
+    QTRY_COMPARE_WITH_TIMEOUT(open.window.findChildren<QListView*>("messageList").size(), 2,
+                              patienceMs);
+    open.call("probe", "hear", {MivoArg(QString("ann")), MivoArg(QString("hello"))});
+    open.call("probe", "hear", {MivoArg(QString("bob")), MivoArg(QString("hello"))});
+    // Bob's conversation is shown, Ann's is open behind it.
+    QTRY_COMPARE_WITH_TIMEOUT(unread("ann"), 1, patienceMs);
+    QTRY_VERIFY_WITH_TIMEOUT(open.call("probe", "openConversation",
+                                       {MivoArg(rowOf(*tree->model(), "bob")
+                                                    .data(MivoBuddyModel::BuddyRole)
+                                                    .value<MivoBuddy>())})
+                                     .size()
+                                 == 1,
+                             patienceMs);
+    QTRY_COMPARE_WITH_TIMEOUT(unread("bob"), 0, patienceMs);
+    QCOMPARE(unread("ann"), 1);
+    choose("ann");
+    QTRY_COMPARE_WITH_TIMEOUT(unread("ann"), 0, patienceMs);
+    // On another page nobody sees it.
+    open.key(Qt::Key_3, Qt::AltModifier);
+    open.call("probe", "hear", {MivoArg(QString("ann")), MivoArg(QString("still there?"))});
+    QTRY_COMPARE_WITH_TIMEOUT(unread("ann"), 1, patienceMs);
+    open.key(Qt::Key_1, Qt::AltModifier);
+    QTRY_COMPARE_WITH_TIMEOUT(unread("ann"), 0, patienceMs);
+}
+
+void tst_MivoWindow::theConversationIsOpenedByKeysAndCopied()
+{
+    OpenWindow open({MIVO_PROBE_PLUGIN});
+    QTreeView* const tree = open.find<QTreeView>("tree");
+    QTRY_VERIFY_WITH_TIMEOUT(rowOf(*tree->model(), "ann").isValid(), patienceMs);
+    open.call("probe", "hear", {MivoArg(QString("ann")), MivoArg(QString("first"))});
+    open.call("probe", "hear", {MivoArg(QString("ann")), MivoArg(QString("second"))});
+    tree->setFocus();
+    tree->setCurrentIndex(tree->model()->index(0, 0)); // a group has no conversation
+    open.key(Qt::Key_Return);
+    open.key(Qt::Key_Down);
+    QVERIFY(!open.window.findChild<QListView*>("messageList"));
+    open.key(Qt::Key_Return);
+    QListView* list = nullptr;
+    QTRY_VERIFY_WITH_TIMEOUT((list = open.window.findChild<QListView*>("messageList")), patienceMs);
+    QTRY_COMPARE_WITH_TIMEOUT(list->model()->rowCount(), 2, patienceMs);
+    list->setFocus();
+    open.key(Qt::Key_A, Qt::ControlModifier);
+    open.key(Qt::Key_C, Qt::ControlModifier);
+    QTRY_COMPARE(QApplication::clipboard()->text(), QString("first\nsecond"));
+    open.click(open.find<QToolButton>("closeConversation"));
+    QTRY_VERIFY(!open.window.findChild<QListView*>("messageList"));
+}
+
+void tst_MivoWindow::aConversationTakesEventsInAnyOrder()
+{
+    MessageModel model("ann");
+    const QAbstractItemModelTester tester(&model,
+                                          QAbstractItemModelTester::FailureReportingMode::QtTest);
+    const auto event = [](const QString& what, const QString& id, const QString& text,
+                          const QString& reason = QString()) {
+        return QList<MivoArg>({MivoArg(what), MivoArg(id), MivoArg(text),
+                               MivoArg(qlonglong(1700000000000)), MivoArg(QString("a@b")),
+                               MivoArg(reason)});
+    };
+    QSignalSpy changed(&model, &QAbstractItemModel::dataChanged);
+    QVERIFY(model.apply(event("taken", "1", "one")));
+    QVERIFY(model.apply(event("queued", "1", "one"))); // late
+    QCOMPARE(model.rowCount(), 1);
+    QCOMPARE(changed.count(), 0);
+    QVERIFY(model.index(0, 0).data().toString().endsWith("I: one"));
+    QVERIFY(model.apply(event("failed", "1", "one", "it came back")));
+    QCOMPARE(changed.count(), 1);
+    QVERIFY(model.index(0, 0).data().toString().endsWith("(not delivered: it came back)"));
+    QVERIFY(model.apply(event("received", "2", "two")));
+    QVERIFY(model.apply(event("received", "2", "two"))); // once more is not twice
+    QCOMPARE(model.rowCount(), 2);
+    QVERIFY(model.apply(event("asks", "3", "may I?")));
+    QVERIFY(model.index(2, 0).data().toString().contains("ann asks to see your presence. may I?"));
+    QVERIFY(model.apply(event("received", "4", QString("a\nb\x1b[0m") + QChar(0x202e))));
+    QVERIFY2(model.index(3, 0).data().toString().endsWith("a\nb\\u001b[0m\\u202e"),
+             qPrintable(model.index(3, 0).data().toString()));
+    QCOMPARE(model.index(3, 0).data(MessageModel::MessageRole).toString(),
+             QString("a\nb\x1b[0m") + QChar(0x202e));
+    QVERIFY(model.apply(event("received", "5", QString(1000000, 'x'))));
+    QVERIFY(model.index(4, 0).data().toString().size() < 21000);
+    QCOMPARE(model.index(4, 0).data(MessageModel::MessageRole).toString().size(), 1000000);
+}
+
+void tst_MivoWindow::aConversationTakesNothingElse()
+{
+    MessageModel model("ann");
+    const QList<MivoArg> good
+        = {MivoArg(QString("taken")), MivoArg(QString("1")), MivoArg(QString("one")),
+           MivoArg(qlonglong(1)),     MivoArg(QString()),    MivoArg(QString())};
+    for (int i = 0; i < good.size(); ++i) {
+        QVERIFY(!model.apply(good.mid(0, i)));
+        QVERIFY(!model.apply(good.mid(0, i) + QList<MivoArg>({MivoArg(true)}) + good.mid(i + 1)));
+    }
+    QVERIFY(!model.apply(QList<MivoArg>({MivoArg(QString("sung"))}) + good.mid(1)));
+    QCOMPARE(model.rowCount(), 0);
+    QVERIFY(model.apply(good));
+    QCOMPARE(model.rowCount(), 1);
 }
 
 void tst_MivoWindow::aFormIsEditedSavedLoadedAndRestored()

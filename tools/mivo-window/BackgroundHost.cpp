@@ -3,6 +3,7 @@
 #include "DisplayText.h"
 #include "Failure.h"
 #include "HostCalls.h"
+#include "MessageWatcher.h"
 
 #include <MivoHost.h>
 #include <MivoHostLog.h>
@@ -222,6 +223,10 @@ void BackgroundHost::reopen(const QStringList& added, const QStringList& errors)
                 for (const PluginInfo& plugin : qAsConst(running))
                     files.append(plugin.file);
                 Q_EMIT opened();
+                for (const PluginInfo& plugin : qAsConst(running)) {
+                    if (plugin.watcher)
+                        watch(plugin);
+                }
             });
         },
         Qt::QueuedConnection);
@@ -289,10 +294,30 @@ QList<PluginInfo> BackgroundHost::load(MivoHost& fresh, const QStringList& wante
         info.version = plugin->version();
         info.calls = plugin->callSlots();
         info.actions = plugin->actionSlots();
-        infos.append(info);
         follow(plugin, wantedGeneration);
+        if (MessageWatcher::canWatch(info.calls)) {
+            info.watcher = new MessageWatcher(
+                [this, plugin, wantedGeneration](const QList<MivoArg>& arguments) {
+                    tell(this, [this, plugin, wantedGeneration, arguments] {
+                        if (wantedGeneration == generation)
+                            Q_EMIT messageCame(plugin, arguments);
+                    });
+                });
+            fresh.add(info.watcher);
+        }
+        infos.append(info);
     }
     return infos;
+}
+
+/** Asks a plug-in to tell of its messages. */
+void BackgroundHost::watch(const PluginInfo& plugin)
+{
+    call(plugin, "watchMessages", {MivoArg(MessageWatcher::slotName())}, this,
+         [this](const CallAnswer& answer) {
+             if (!answer.isGiven)
+                 Q_EMIT failed(tr("Messages will not be shown: %1").arg(answer.error));
+         });
 }
 
 void BackgroundHost::follow(MivoPlugin* plugin, int followed)
@@ -366,7 +391,8 @@ void BackgroundHost::call(const PluginInfo& plugin, const QString& slot,
         answer.error = failureOf([&] {
             if (!used)
                 throw Failure(stopped);
-            answer.values = HostCalls::call(*used, plugin.plugin, plugin.name, slot, arguments);
+            answer.values = HostCalls::call(*used, plugin.plugin, plugin.name, slot, arguments,
+                                            plugin.watcher);
             answer.isGiven = true;
         });
         tell(this, [alive, done, answer] {

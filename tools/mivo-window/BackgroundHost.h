@@ -27,6 +27,7 @@ struct PluginInfo
     QString version;
     QStringList calls;
     QStringList actions;
+    MivoPlugin* watcher = nullptr; ///< whom it tells of messages; null if it has none
 };
 
 /** What a call has answered. */
@@ -115,6 +116,8 @@ Q_SIGNALS:
     void entriesChanged(MivoPlugin* plugin, const QList<MivoBuddy>& entries);
     void contactListChanged(MivoPlugin* plugin);
     void formChanged(MivoPlugin* plugin);
+    /** Something has happened to a message: what a watching slot is given. */
+    void messageCame(MivoPlugin* plugin, const QList<MivoArg>& arguments);
 
 private:
     Q_DISABLE_COPY(BackgroundHost)
@@ -125,6 +128,7 @@ private:
         QStringList errors;
     };
 
+    void watch(const PluginInfo& plugin);
     void reopen(const QStringList& added, const QStringList& errors);
     MivoHost* hostOf(int wanted) const;
     /** Runs @p piece in the pool, with a host that stays until it returns. */

@@ -1,5 +1,6 @@
 #include "ContactsPage.h"
 
+#include "Conversation.h"
 #include "DisplayText.h"
 
 #include <MivoBuddyGroup.h>
@@ -14,6 +15,8 @@
 #include <QMutex>
 #include <QPainter>
 #include <QPushButton>
+#include <QSplitter>
+#include <QStackedWidget>
 #include <QStyledItemDelegate>
 #include <QTreeView>
 
@@ -110,6 +113,7 @@ ContactsPage::ContactsPage(BackgroundHost& usedHost, QWidget* parent)
     , searchLine(new QLineEdit)
     , readButton(new QPushButton(tr("&Read contacts…")))
     , tree(new QTreeView)
+    , conversations(new QStackedWidget)
     , status(new QLabel)
 {
     setObjectName("contacts");
@@ -139,7 +143,13 @@ ContactsPage::ContactsPage(BackgroundHost& usedHost, QWidget* parent)
     top->addWidget(offline);
     QVBoxLayout* const layout = new QVBoxLayout(this);
     layout->addLayout(top);
-    layout->addWidget(tree, 1);
+    QSplitter* const both = new QSplitter;
+    both->setChildrenCollapsible(false);
+    both->addWidget(tree);
+    both->addWidget(conversations);
+    both->setStretchFactor(1, 1);
+    conversations->hide();
+    layout->addWidget(both, 1);
     layout->addWidget(status);
 
     connect(readButton, &QPushButton::clicked, this, &ContactsPage::choose);
@@ -149,11 +159,8 @@ ContactsPage::ContactsPage(BackgroundHost& usedHost, QWidget* parent)
     connect(searchLine, &QLineEdit::textChanged, tree, &QTreeView::expandAll);
     connect(offline, &QCheckBox::toggled, &filter, &MivoBuddyFilterModel::setOfflineHidden);
     for (const auto signal : {&QTreeView::clicked, &QTreeView::activated})
-        connect(tree, signal, this, [this](const QModelIndex& index) {
-            if (const Roster* const roster = chosen())
-                Q_EMIT activated(roster->plugin,
-                                 index.data(MivoBuddyModel::BuddyRole).value<MivoBuddy>());
-        });
+        connect(tree, signal, this, &ContactsPage::open);
+    connect(&host, &BackgroundHost::messageCame, this, &ContactsPage::dispatch);
     connect(&host, &BackgroundHost::opened, this, &ContactsPage::takePlugins);
     connect(&host, &BackgroundHost::closing, this, &ContactsPage::clear);
     connect(&host, &BackgroundHost::entriesChanged, this, &ContactsPage::update);
@@ -217,11 +224,66 @@ void ContactsPage::takePlugins()
 
 void ContactsPage::clear()
 {
+    while (conversations->count() > 0)
+        close(static_cast<Conversation*>(conversations->widget(0)));
     filter.setSourceModel(&none);
     rosters.clear();
     plugins->clear();
     awaited = 0;
     describe();
+}
+
+/** Shows the conversation with an entry, if there can be one. */
+void ContactsPage::open(const QModelIndex& index)
+{
+    const Roster* const roster = chosen();
+    const MivoBuddy entry = index.data(MivoBuddyModel::BuddyRole).value<MivoBuddy>();
+    const int kind = index.data(MivoBuddyModel::KindRole).toInt();
+    if (!roster || !roster->plugin.watcher
+        || (kind != MivoBuddy::Contact && kind != MivoBuddy::Temporary
+            && kind != MivoBuddy::Merged))
+        return;
+    Conversation* shown = nullptr;
+    for (int i = 0; i < conversations->count() && !shown; ++i) {
+        auto* const conversation = static_cast<Conversation*>(conversations->widget(i));
+        if (conversation->plugin() == roster->plugin.plugin && conversation->entry() == entry)
+            shown = conversation;
+    }
+    if (!shown) {
+        shown = new Conversation(host, roster->plugin, entry, index.data().toString());
+        conversations->addWidget(shown);
+        connect(shown, &Conversation::failed, this, &ContactsPage::failed);
+        connect(shown, &Conversation::closed, this, [this, shown] { close(shown); });
+    }
+    conversations->setCurrentWidget(shown);
+    conversations->show();
+    shown->startTyping();
+}
+
+void ContactsPage::close(Conversation* conversation)
+{
+    conversations->removeWidget(conversation);
+    conversation->deleteLater();
+    if (conversations->count() == 0)
+        conversations->hide();
+}
+
+/** Hands an event to the conversations that it concerns. */
+void ContactsPage::dispatch(MivoPlugin* plugin, const QList<MivoArg>& event)
+{
+    const Roster* const roster = rosterOf(plugin);
+    if (!roster || event.value(0).getType() != MivoArg::Buddy)
+        return;
+    const MivoBuddy entry = event.first().toBuddy();
+    // Events name the contacts of a merged one.
+    QList<MivoBuddy> concerned = {entry};
+    for (const QModelIndex& index : roster->model.indexes(entry))
+        concerned.append(index.parent().data(MivoBuddyModel::BuddyRole).value<MivoBuddy>());
+    for (int i = 0; i < conversations->count(); ++i) {
+        auto* const conversation = static_cast<Conversation*>(conversations->widget(i));
+        if (conversation->plugin() == plugin && concerned.contains(conversation->entry()))
+            conversation->take(event);
+    }
 }
 
 void ContactsPage::switchTo(int)

@@ -13,16 +13,19 @@
 #include <memory>
 #include <vector>
 
+class Conversation;
 class QComboBox;
 class QLabel;
 class QLineEdit;
 class QPushButton;
+class QStackedWidget;
 class QTreeView;
 
 /**
  * The contact lists of the plug-ins with a call "roster", one at a time. A list that the plug-in
  * answers without an argument is shown at once; the others are read from a file. Both follow the
- * plug-in's signals.
+ * plug-in's signals. Beside the list is the conversation with the entry that has been chosen, if its
+ * plug-in has conversations.
  */
 class ContactsPage : public QWidget
 {
@@ -44,8 +47,6 @@ public Q_SLOTS:
 
 Q_SIGNALS:
     void failed(const QString& message);
-    /** The user wants to do something with an entry. */
-    void activated(const PluginInfo& plugin, const MivoBuddy& entry);
 
 private:
     struct Link;
@@ -59,6 +60,9 @@ private:
     void report(const PluginInfo& plugin);
     void update(MivoPlugin* plugin, const QList<MivoBuddy>& entries);
     void askAgain(MivoPlugin* plugin);
+    void open(const QModelIndex& index);
+    void close(Conversation* conversation);
+    void dispatch(MivoPlugin* plugin, const QList<MivoArg>& event);
     void describe();
     Roster* chosen() const;
     Roster* rosterOf(const MivoPlugin* plugin) const;
@@ -75,6 +79,7 @@ private:
     QLineEdit* const searchLine;
     QPushButton* const readButton;
     QTreeView* const tree;
+    QStackedWidget* const conversations;
     QLabel* const status;
 };
 
