@@ -329,14 +329,11 @@ void Account::takeBatch()
         becomeOnline();
         return;
     }
-    StropheStream* const own = stream.get();
-    QMetaObject::invokeMethod(
-        this,
-        [this, own] {
-            if (isTakingRoster && own == stream.get())
-                takeBatch();
-        },
-        Qt::QueuedConnection);
+    // By a timer: events that are posted go before all others.
+    QTimer::singleShot(0, stream.get(), [this] {
+        if (isTakingRoster)
+            takeBatch();
+    });
 }
 
 void Account::becomeOnline()

@@ -141,6 +141,8 @@ StropheStream::StropheStream(const StreamSettings& usedSettings, QObject* parent
     log.userdata = this;
     ticks.setInterval(tickMs);
     bound.setSingleShot(true);
+    pumpTimer.setSingleShot(true);
+    connect(&pumpTimer, &QTimer::timeout, this, &StropheStream::pump);
     connect(&ticks, &QTimer::timeout, this, &StropheStream::pump);
     connect(&bound, &QTimer::timeout, this, [this] {
         finish(isClosing
@@ -240,17 +242,15 @@ QString StropheStream::boundAddress() const
     return isOpen() ? QString::fromUtf8(xmpp_conn_get_bound_jid(connection)) : QString();
 }
 
+/** By a timer: events that are posted go before all others, sockets and timers included. */
 void StropheStream::pumpLater()
 {
-    if (isPumpDue)
-        return;
-    isPumpDue = true;
-    QMetaObject::invokeMethod(this, &StropheStream::pump, Qt::QueuedConnection);
+    if (!pumpTimer.isActive())
+        pumpTimer.start(0);
 }
 
 void StropheStream::pump()
 {
-    isPumpDue = false;
     if (isPumping || hasEnded || !connection)
         return;
     isPumping = true;

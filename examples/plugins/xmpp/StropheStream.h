@@ -97,12 +97,12 @@ private:
     std::unique_ptr<QSocketNotifier> writable;
     QTimer ticks; // of libstrophe's own time-outs, while the stream is opened or closed
     QTimer bound;
+    QTimer pumpTimer;
     int socket = -1;
     bool isOpened = false;
     bool isReached = false; // whether the machine has answered at all
     bool isClosing = false;
     bool isPumping = false;
-    bool isPumpDue = false;
     bool hasEnded = false;
     enum Setback { NoSetback, LoginRefused, NoLogin, NoTls, NoCertificates, TlsFailed };
     Setback setback = NoSetback;
