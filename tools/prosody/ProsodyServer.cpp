@@ -31,7 +31,7 @@ legacy_ssl_ports = {}
 c2s_direct_tls_ports = {}
 modules_disabled = { "s2s" }
 modules_enabled = { "roster", "saslauth", %TLS"disco", "ping", "vcard_legacy", "pep", "adhoc",
-                    "smacks", "offline", "presence", "message", "iq", "posix", "questionnaire" }
+                    "smacks", "uptime", "offline", "presence", "message", "iq", "posix", "questionnaire" }
 c2s_require_encryption = %REQUIRED
 allow_unencrypted_plain_auth = true
 authentication = "internal_plain"
