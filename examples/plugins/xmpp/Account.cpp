@@ -5,6 +5,8 @@
 #include <MivoAccountConnection.h>
 #include <MivoHostLog.h>
 
+#include <QCryptographicHash>
+
 #include <stdexcept>
 
 namespace {
@@ -16,7 +18,6 @@ const int keptMessages = 500;
 /** How many messages of the user are remembered, should they come back. */
 const int keptSent = 20000;
 const int picturesAtOnce = 4;
-const int largestPicture = 1024 * 1024; // bytes
 
 const QStringList subscriptions({"none", "to", "from", "both"});
 
@@ -404,6 +405,30 @@ void Account::setOwnPresence(const QString& status, const QString& statusText)
         sendPresence();
 }
 
+void Account::setOwnPicture(const QByteArray& bytes)
+{
+    requireOnline();
+    MivoXmlNode question = Stanza::iq("set", Stanza::newId());
+    MivoXmlNode card = Stanza::addChild(question, "vCard", Ns::vCard);
+    if (!bytes.isEmpty()) {
+        MivoXmlNode photo = card.addChild("PHOTO");
+        const bool isPng = bytes.startsWith("\x89PNG");
+        Stanza::addText(photo, "TYPE", isPng ? "image/png" : "image/jpeg");
+        Stanza::addText(photo, "BINVAL", QString::fromLatin1(bytes.toBase64()));
+    }
+    const QByteArray hash = bytes.isEmpty()
+        ? QByteArray("")
+        : QCryptographicHash::hash(bytes, QCryptographicHash::Sha1).toHex();
+    ask(question, [this, hash](const MivoXmlNode& answer) {
+        if (answer.getAttribute("type") == "result") {
+            ownPicture = QString::fromLatin1(hash);
+            sendPresence();
+        } else if (!answer.isNull()) {
+            write("The picture was not set: " + Stanza::errorText(answer));
+        }
+    });
+}
+
 void Account::sendPresence()
 {
     MivoXmlNode presence("presence");
@@ -411,6 +436,10 @@ void Account::sendPresence()
         Stanza::addText(presence, "show", ownStatus);
     if (!ownText.isEmpty())
         Stanza::addText(presence, "status", ownText);
+    if (!ownPicture.isNull()) {
+        MivoXmlNode update = Stanza::addChild(presence, "x", Ns::vCardUpdate);
+        Stanza::addText(update, "photo", ownPicture);
+    }
     stream->send(presence);
 }
 
@@ -470,14 +499,14 @@ void Account::requestPictures()
             const QString bytes
                 = Stanza::child(Stanza::child(card, "PHOTO", Ns::vCard), "BINVAL", Ns::vCard)
                       .getData();
-            if (bytes.size() < 2 * largestPicture)
+            if (bytes.size() < 2 * LargestPicture)
                 contacts.setPicture(owner, who, QByteArray::fromBase64(bytes.toLatin1()));
             else
                 write(QString("the picture of %1 is too large: found %2 characters; expected at "
                               "most %3")
                           .arg(who.bare())
                           .arg(bytes.size())
-                          .arg(2 * largestPicture));
+                          .arg(2 * LargestPicture));
             requestPictures();
         });
     }

@@ -33,6 +33,7 @@ class Account : public QObject
 
 public:
     enum State { Offline, Connecting, Online, Waiting };
+    static const int LargestPicture = 1024 * 1024; // bytes
     /** Given the answer, or a null element when there is none: the connection is lost. */
     typedef std::function<void(const MivoXmlNode& answer)> WhenAnswered;
 
@@ -64,6 +65,8 @@ public:
 
     /** The presence that others see; the status is the id of a presence. */
     void setOwnPresence(const QString& status, const QString& text);
+    /** The bytes of an image file that others see; empty for none. Throws as changes of the list. */
+    void setOwnPicture(const QByteArray& bytes);
     /** Returns the identity of the message, which is kept until the server has taken it. */
     QString sendMessage(const Jid& to, const QString& text);
     /** What has been said with one address. */
@@ -151,6 +154,7 @@ private:
 
     QString ownStatus = "online";
     QString ownText;
+    QString ownPicture; // its hash; null when the account has not been told of one
     Outbox outbox;
     bool isPinging = false;
     SeenMessages seen;

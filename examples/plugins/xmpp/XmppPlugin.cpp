@@ -11,7 +11,9 @@
 #include <MivoHostLog.h>
 #include <MivoSecret.h>
 
+#include <QFile>
 #include <QFileInfo>
+#include <QSet>
 
 #include <stdexcept>
 
@@ -556,6 +558,22 @@ void XmppPlugin::setPresence(MivoPlugin*, QList<MivoArg>& arguments)
     arguments.clear();
 }
 
+void XmppPlugin::setPicture(MivoPlugin*, QList<MivoArg>& arguments)
+{
+    requireArguments(arguments, 2, 2);
+    Account& account = *placeOf(arguments.first()).account;
+    QFile file(arguments.at(1).toString());
+    if (!QFileInfo(file).isFile() || !file.open(QIODevice::ReadOnly))
+        refuse(QString("found the picture \"%1\", which cannot be read; expected a file")
+                   .arg(file.fileName()));
+    if (file.size() > Account::LargestPicture)
+        refuse(QString("found a picture of %1 bytes; expected at most %2")
+                   .arg(file.size())
+                   .arg(Account::LargestPicture));
+    account.setOwnPicture(file.readAll());
+    arguments.clear();
+}
+
 void XmppPlugin::addContact(MivoPlugin*, QList<MivoArg>& arguments)
 {
     requireArguments(arguments, 4, 4);
@@ -680,6 +698,11 @@ void XmppPlugin::disconnectAccount(QList<MivoArg>& arguments)
 void XmppPlugin::setPresence(QList<MivoArg>& arguments)
 {
     inPluginThread("setPresence", &XmppPlugin::setPresence, arguments);
+}
+
+void XmppPlugin::setPicture(QList<MivoArg>& arguments)
+{
+    inPluginThread("setPicture", &XmppPlugin::setPicture, arguments);
 }
 
 void XmppPlugin::addContact(QList<MivoArg>& arguments)

@@ -46,6 +46,7 @@ public Q_SLOTS:
     void connectAccount(MivoPlugin* sender, QList<MivoArg>& arguments);
     void disconnectAccount(MivoPlugin* sender, QList<MivoArg>& arguments);
     void setPresence(MivoPlugin* sender, QList<MivoArg>& arguments);
+    void setPicture(MivoPlugin* sender, QList<MivoArg>& arguments);
     void addContact(MivoPlugin* sender, QList<MivoArg>& arguments);
     void renameContact(MivoPlugin* sender, QList<MivoArg>& arguments);
     void moveContact(MivoPlugin* sender, QList<MivoArg>& arguments);
@@ -62,6 +63,7 @@ public Q_SLOTS:
     void connectAccount(QList<MivoArg>& arguments);
     void disconnectAccount(QList<MivoArg>& arguments);
     void setPresence(QList<MivoArg>& arguments);
+    void setPicture(QList<MivoArg>& arguments);
     void addContact(QList<MivoArg>& arguments);
     void renameContact(QList<MivoArg>& arguments);
     void moveContact(QList<MivoArg>& arguments);
