@@ -16,6 +16,9 @@ die() {
 # shellcheck disable=SC2034 # read by those that source this file
 build_packages=(g++ cmake ninja-build pkgconf qt6-base-dev libpng-dev libedit-dev
                 libstrophe-dev)
+# What starting a private XMPP server takes, beside what is unpacked.
+# shellcheck disable=SC2034 # read by those that source this file
+server_packages=(openssl)
 
 # need_packages PACKAGE...: installs those that are missing. With all of them there it needs neither
 # root nor network.

@@ -82,8 +82,11 @@ void XmppCommandsTest::aCommandWithAFormIsFilledInAndSubmitted()
                      "colour: colour=red", "friend: friend=bob@localhost", "days: days=mon,fri",
                      "others: others=a@localhost,b@localhost"}));
     QVERIFY(ann.field("1.complete").isNull());
+    const LoggedLines log;
     ann.call("disconnectAccount");
     QVERIFY(eventually([&] { return ann.field("1.command").isNull(); }));
+    QVERIFY(ann.field("1.commandNote").isNull());
+    QCOMPARE(log.count("Received."), 0); // said once, when it was
 }
 
 void XmppCommandsTest::aCommandCanBeCancelled()

@@ -39,10 +39,11 @@ void ServerCommands::refresh()
 void ServerCommands::clear()
 {
     ++turn;
-    const bool isEmpty = offers.isEmpty() && session.isEmpty() && shown.isNull();
+    const bool isEmpty = offers.isEmpty() && said.isEmpty() && shown.isNull();
     offers.clear();
     session.clear();
     allowed.clear();
+    said.clear();
     shown = DataForm();
     if (!isEmpty)
         Q_EMIT changed();
