@@ -383,6 +383,7 @@ MivoHost::~MivoHost()
 {
     shutdown();
     MivoCallActionEvent::dispatcher = nullptr;
+    delete d->dispatcherThread; // null when it had to be abandoned
     delete d;
 }
 

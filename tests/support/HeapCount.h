@@ -24,6 +24,7 @@ inline bool canCountHeap()
 
 namespace HeapCount {
 inline std::atomic<qint64> live{0};
+inline std::atomic<qint64> liveBlocks{0};
 inline std::atomic<qint64> peak{0};
 inline std::atomic<qint64> allocations{0};
 } // namespace HeapCount
@@ -38,6 +39,7 @@ inline bool canCountHeap()
 namespace HeapCount {
 
 inline std::atomic<qint64> live{0}; // bytes, without the allocator's own
+inline std::atomic<qint64> liveBlocks{0};
 inline std::atomic<qint64> peak{0};
 inline std::atomic<qint64> allocations{0};
 
@@ -45,6 +47,7 @@ inline void* taken(void* memory)
 {
     if (memory) {
         live += qint64(malloc_usable_size(memory));
+        ++liveBlocks;
         ++allocations;
         if (live > peak)
             peak = live.load();
@@ -54,8 +57,10 @@ inline void* taken(void* memory)
 
 inline void given(void* memory)
 {
-    if (memory)
+    if (memory) {
         live -= qint64(malloc_usable_size(memory));
+        --liveBlocks;
+    }
 }
 
 } // namespace HeapCount
@@ -82,8 +87,10 @@ void* realloc(void* memory, size_t size)
 {
     const size_t before = memory ? malloc_usable_size(memory) : 0;
     void* const moved = __libc_realloc(memory, size);
-    if (moved || size == 0)
+    if (memory && (moved || size == 0)) {
         HeapCount::live -= qint64(before);
+        --HeapCount::liveBlocks;
+    }
     return HeapCount::taken(moved);
 }
 
