@@ -1,42 +1,74 @@
 #!/usr/bin/env bash
-# check_quotes.sh PAGE: every block of code that follows a line "<!-- quotes FILE -->" is part of FILE.
+# check_quotes.sh PAGE...: every block of C++, CMake or XML in these pages follows a line
+# "<!-- quotes FILE -->" and is part of FILE, which is one that is built and run. With
+# "<!-- quotes FILE as NAME -->", FILE is of the template of new plug-ins, filled in for a plug-in NAME.
 
 set -euo pipefail
 
-file=
-block=
-state=text
-quotes=0
-while IFS= read -r line; do
-    case $state in
-        text)
-            if [[ $line =~ ^'<!-- quotes '(.*)' -->'$ ]]; then
-                file=${BASH_REMATCH[1]}
-                state=fence
-            fi
-            ;;
-        fence)
-            [[ $line == '```'* ]] || { echo "$1: no code follows the quotation of $file" >&2; exit 1; }
-            block=
-            state=code
-            ;;
-        code)
-            if [[ $line != '```' ]]; then
-                block+=$line$'\n'
-                continue
-            fi
-            if [[ $(<"$file")$'\n' != *"$block"* ]]; then
-                printf '%s: this is not in %s:\n%s' "$1" "$file" "$block" >&2
-                exit 1
-            fi
-            quotes=$((quotes + 1))
-            state=text
-            ;;
-    esac
-done <"$1"
-
-if [[ $state != text ]] || ((quotes == 0)); then
-    echo "$1: quotes nothing, or has an open quotation" >&2
+fail() {
+    printf '%s\n' "$*" >&2
     exit 1
-fi
+}
+
+# content_of FILE NAME: the file; filled in as `mivo-host new` does when there is a name.
+content_of() {
+    local name=$2 class
+    if [[ -z $name ]]; then
+        cat "$1"
+        return
+    fi
+    class=${name^}Plugin
+    sed -e "s/%{PluginName}/$name/g" -e "s/%{PluginClass}/$class/g" -e "s/%{PluginGuard}/${name^^}PLUGIN/g" "$1"
+}
+
+quotes=0
+for page in "$@"; do
+    file=
+    name=
+    block=
+    state=text
+    while IFS= read -r line; do
+        case $state in
+            text)
+                if [[ $line =~ ^'<!-- quotes '([^ ]*)(' as '([a-z]+))?' -->'$ ]]; then
+                    file=${BASH_REMATCH[1]}
+                    name=${BASH_REMATCH[3]}
+                    case $file in
+                        tests/* | examples/* | benchmarks/* | src/* | host/* | tools/mivo-host/template/*) ;;
+                        *) fail "$page: $file is quoted, which is not built and run" ;;
+                    esac
+                    [[ -f $file ]] || fail "$page: $file is quoted, and there is no such file"
+                    state=fence
+                elif [[ $line =~ ^' '*'```'(cpp|cmake|xml|c\+\+) ]]; then
+                    fail "$page: this is not said to be quoted: $line"
+                elif [[ $line =~ ^' '*'<!-- quotes' ]]; then
+                    fail "$page: this is no quotation: $line"
+                elif [[ $line == '```'* ]]; then
+                    state=other
+                fi
+                ;;
+            other)
+                [[ $line != '```' ]] || state=text
+                ;;
+            fence)
+                [[ $line == '```'* ]] || fail "$page: no code follows the quotation of $file"
+                block=
+                state=code
+                ;;
+            code)
+                if [[ $line != '```' ]]; then
+                    block+=$line$'\n'
+                    continue
+                fi
+                [[ -n $block ]] || fail "$page: the quotation of $file is empty"
+                if [[ $(content_of "$file" "$name")$'\n' != *"$block"* ]]; then
+                    fail "$page: this is not in $file:"$'\n'"$block"
+                fi
+                quotes=$((quotes + 1))
+                state=text
+                ;;
+        esac
+    done <"$page"
+    [[ $state == text ]] || fail "$page: has an open quotation or an open block"
+done
 echo "$quotes quotations"
