@@ -1,6 +1,7 @@
 #ifndef MESSENGER_H
 #define MESSENGER_H
 
+#include "KeptLog.h"
 #include "ProsodyServer.h"
 #include "TestThreads.h"
 
@@ -94,25 +95,17 @@ private:
     QHash<QString, int> counts;
 };
 
-/** What the host's log gets as long as this exists; one at a time. */
+/** What the host's log gets as long as this exists, in whatever thread; one at a time. */
 class LoggedLines
 {
 public:
-    LoggedLines()
-    {
-        QMutexLocker locker(&mutex());
-        kept().clear();
-        MivoHostLog::setWriter([](const QString& line) {
-            QMutexLocker writing(&mutex());
-            kept().append(line);
-        });
-    }
+    LoggedLines() { KeptLog::start(); }
     ~LoggedLines() { MivoHostLog::setWriter(nullptr); }
 
     QStringList all() const
     {
-        QMutexLocker locker(&mutex());
-        return kept();
+        lines += KeptLog::take();
+        return lines;
     }
     /** How many lines hold @p text. */
     int count(const QString& text) const { return int(all().filter(text).size()); }
@@ -120,16 +113,7 @@ public:
 private:
     Q_DISABLE_COPY(LoggedLines)
 
-    static QMutex& mutex()
-    {
-        static QMutex guard;
-        return guard;
-    }
-    static QStringList& kept()
-    {
-        static QStringList lines;
-        return lines;
-    }
+    mutable QStringList lines;
 };
 
 /** One of several plug-ins "xmpp" in a host, with an account. */
