@@ -12,35 +12,41 @@ MivoArg text(const QString& value)
 }
 
 /** Words of many scripts, and what programs like to break. */
-const QStringList pieces({
-    "plain",
-    "Grüße, façade, Ærø",
-    "Καλημέρα κόσμε",
-    "Привет, мир",
-    "שלום עולם",
-    "مرحبا بالعالم",
-    "नमस्ते दुनिया",
-    "สวัสดีชาวโลก",
-    "안녕하세요 세계",
-    "你好，世界",
-    "こんにちは世界",
-    "e\u0301 a\u0308 combined",
-    "\U0001F600\U0001F680",
-    "\U0001F468\u200D\U0001F469\u200D\U0001F467",
-    "\U0001F3F4\U000E0067\U000E0062\U000E007F",
-    "\U00010348\U0002070E",
-    "<b>&amp;</b> ]]> \"'",
-    "line\nline\n\nline\n",
-    " blank at both ends ",
-    "\ttab",
-    "\uFDD0\uFFFD",
-});
+const QStringList& pieces()
+{
+    static const QStringList all({
+        "plain",
+        "Grüße, façade, Ærø",
+        "Καλημέρα κόσμε",
+        "Привет, мир",
+        "שלום עולם",
+        "مرحبا بالعالم",
+        "नमस्ते दुनिया",
+        "สวัสดีชาวโลก",
+        "안녕하세요 세계",
+        "你好，世界",
+        "こんにちは世界",
+        "e\u0301 a\u0308 combined",
+        "\U0001F600\U0001F680",
+        "\U0001F468\u200D\U0001F469\u200D\U0001F467",
+        "\U0001F3F4\U000E0067\U000E0062\U000E007F",
+        "\U00010348\U0002070E",
+        "<b>&amp;</b> ]]> \"'",
+        "line\nline\n\nline\n",
+        " blank at both ends ",
+        "\ttab",
+        "\uFDD0\uFFFD",
+    });
+    return all;
+}
 
 /** The text of message @p number of @p sender: another for each, some of them very long. */
 QString textOf(const QString& sender, int number)
 {
-    const QString text
-        = QString("%1 %2 %3").arg(sender).arg(number).arg(pieces.at(number % int(pieces.size())));
+    const QString text = QString("%1 %2 %3")
+                             .arg(sender)
+                             .arg(number)
+                             .arg(pieces().at(number % int(pieces().size())));
     if (number % 1000 != 500)
         return text;
     QString longText = text;

@@ -59,7 +59,8 @@ QByteArray read(const QString& name)
 QByteArray luaText(const QString& text)
 {
     QByteArray quoted("\"");
-    for (const char byte : text.toUtf8())
+    const QByteArray bytes = text.toUtf8();
+    for (const char byte : bytes)
         quoted += QByteArray("\\") + QByteArray::number(uchar(byte)).rightJustified(3, '0');
     return quoted + '"';
 }
@@ -68,7 +69,8 @@ QByteArray luaText(const QString& text)
 QString storeName(const QString& name)
 {
     QString stored;
-    for (const char byte : name.toUtf8()) {
+    const QByteArray bytes = name.toUtf8();
+    for (const char byte : bytes) {
         const QChar character = QLatin1Char(byte);
         stored += (byte >= '0' && byte <= '9') || (byte >= 'a' && byte <= 'z')
             ? QString(character)
@@ -132,8 +134,6 @@ void ProsodyServer::writeRoster(const QString& user, const QList<QPair<QString, 
 
 QString ProsodyServer::makeCertificates() const
 {
-    const QString request("openssl req -newkey ec -pkeyopt ec_paramgen_curve:prime256v1 -nodes "
-                          "-config request.cnf ");
     const bool isExpired = certificate == Expired;
     const QDateTime now = QDateTime::currentDateTimeUtc();
     const QString from = now.addDays(isExpired ? -20 : -2).toString("yyyyMMddHHmmss'Z'");

@@ -18,8 +18,12 @@ const int keptMessages = 500;
 /** How many messages of the user are remembered, should they come back. */
 const int keptSent = 20000;
 const int picturesAtOnce = 4;
+const int mostCharacters = 2 * Account::LargestPicture; // of a picture as text
 
-const QStringList subscriptions({"none", "to", "from", "both"});
+bool isSubscription(const QString& state)
+{
+    return QStringList({"none", "to", "from", "both"}).contains(state);
+}
 
 QString shortened(const QString& text)
 {
@@ -295,7 +299,7 @@ void Account::takeRosterPush(const MivoXmlNode& push)
         for (const MivoXmlNode& group : Stanza::children(element, "group", Ns::roster))
             item.groups.append(group.getData());
         if (!jid.isValid()
-            || (item.subscription != "remove" && !subscriptions.contains(item.subscription))) {
+            || (item.subscription != "remove" && !isSubscription(item.subscription))) {
             write(
                 QString("found a contact \"%1\" with the subscription \"%2\" in the server's list; "
                         "expected an address and none, to, from or both: left out")
@@ -499,14 +503,14 @@ void Account::requestPictures()
             const QString bytes
                 = Stanza::child(Stanza::child(card, "PHOTO", Ns::vCard), "BINVAL", Ns::vCard)
                       .getData();
-            if (bytes.size() < 2 * LargestPicture)
+            if (bytes.size() < mostCharacters)
                 contacts.setPicture(owner, who, QByteArray::fromBase64(bytes.toLatin1()));
             else
                 write(QString("the picture of %1 is too large: found %2 characters; expected at "
                               "most %3")
                           .arg(who.bare())
                           .arg(bytes.size())
-                          .arg(2 * LargestPicture));
+                          .arg(mostCharacters));
             requestPictures();
         });
     }

@@ -11,8 +11,12 @@ namespace {
 
 const char mediaNamespace[] = "urn:xmpp:media-element";
 
-const QStringList knownTypes({"boolean", "fixed", "hidden", "jid-multi", "jid-single", "list-multi",
-                              "list-single", "text-multi", "text-private", "text-single"});
+bool isKnown(const QString& type)
+{
+    return QStringList({"boolean", "fixed", "hidden", "jid-multi", "jid-single", "list-multi",
+                        "list-single", "text-multi", "text-private", "text-single"})
+        .contains(type);
+}
 
 QStringList valuesOf(const MivoXmlNode& element)
 {
@@ -68,7 +72,7 @@ DataForm::DataForm(const MivoXmlNode& element)
         Item item;
         item.element = field;
         item.type = field.getAttribute("type");
-        if (!knownTypes.contains(item.type))
+        if (!isKnown(item.type))
             item.type = "text-single";
         const QString name = field.getAttribute("var");
         if (name.isEmpty()) // nothing could be sent back under it

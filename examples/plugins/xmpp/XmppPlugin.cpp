@@ -25,7 +25,10 @@ namespace {
 const int mostAccounts = 8;
 const int mostSeconds = 3600;
 
-const QStringList statuses({"online", "chat", "away", "xa", "dnd"});
+QStringList statuses()
+{
+    return {"online", "chat", "away", "xa", "dnd"};
+}
 
 [[noreturn]] void refuse(const QString& sentence)
 {
@@ -550,9 +553,9 @@ void XmppPlugin::setPresence(MivoPlugin*, QList<MivoArg>& arguments)
 {
     requireArguments(arguments, 2, 3);
     const QString status = arguments.first().toString();
-    if (!statuses.contains(status))
+    if (!statuses().contains(status))
         refuse(QString("found the status \"%1\"; expected one of %2")
-                   .arg(status, statuses.join(", ")));
+                   .arg(status, statuses().join(", ")));
     for (Account* const account : accountsOf(arguments.value(2)))
         account->setOwnPresence(status, arguments.at(1).toString());
     arguments.clear();
