@@ -23,6 +23,17 @@ private Q_SLOTS:
     void pausesBetweenTriesGrow();
     void aSilentServerDoesNotHoldTheHostUp_data();
     void aSilentServerDoesNotHoldTheHostUp();
+    void aHandshakeThatStopsIsGivenUp();
+
+private:
+    static QByteArray silentAtTls()
+    {
+        return "<?xml version='1.0'?><stream:stream xmlns='jabber:client' "
+               "xmlns:stream='http://etherx.jabber.org/streams' id='1' version='1.0' "
+               "from='localhost'><stream:features><starttls "
+               "xmlns='urn:ietf:params:xml:ns:xmpp-tls'/></stream:features><proceed "
+               "xmlns='urn:ietf:params:xml:ns:xmpp-tls'/>";
+    }
 };
 
 void XmppConnectionTest::anAccountConnectsAndDisconnects()
@@ -324,9 +335,7 @@ void XmppConnectionTest::aSilentServerDoesNotHoldTheHostUp_data()
                             "from='localhost'>");
     QTest::newRow("nothing") << QByteArray();
     QTest::newRow("a stream without features") << header;
-    QTest::newRow("no handshake of TLS") << header
-            + "<stream:features><starttls xmlns='urn:ietf:params:xml:ns:xmpp-tls'/>"
-              "</stream:features><proceed xmlns='urn:ietf:params:xml:ns:xmpp-tls'/>";
+    QTest::newRow("no handshake of TLS") << silentAtTls();
 }
 
 void XmppConnectionTest::aSilentServerDoesNotHoldTheHostUp()
@@ -357,6 +366,36 @@ void XmppConnectionTest::aSilentServerDoesNotHoldTheHostUp()
     QTRY_VERIFY_WITH_TIMEOUT(!isAwaited && sockets.last()->bytesToWrite() == 0, testBoundMs);
     QVERIFY(host.shutdown()); // within the time that the host states
     QCOMPARE(MivoHost::abandonedThreads(), 0);
+}
+
+void XmppConnectionTest::aHandshakeThatStopsIsGivenUp()
+{
+    QTcpServer server;
+    QVERIFY(server.listen(QHostAddress::LocalHost));
+    QList<QTcpSocket*> sockets;
+    connect(&server, &QTcpServer::newConnection, this, [&] {
+        QTcpSocket* const socket = server.nextPendingConnection();
+        sockets.append(socket);
+        connect(socket, &QTcpSocket::readyRead, socket, [socket] {
+            if (socket->readAll().contains("<stream:stream"))
+                socket->write(silentAtTls());
+        });
+    });
+    const LoggedLines log;
+    MivoHost host;
+    Client client(host, XMPP_PLUGIN, "watcher");
+    QVERIFY(host.start());
+    client.fill({{"1.address", "ann@localhost"},
+                 {"1.host", "127.0.0.1"},
+                 {"1.port", int(server.serverPort())},
+                 {"1.password", "x"}});
+    client.call("connectAccount");
+    QTRY_VERIFY_WITH_TIMEOUT(
+        log.count(
+            "The server does not answer while the encryption is being agreed on. The next try")
+            > 0,
+        testBoundMs);
+    QVERIFY(host.shutdown());
 }
 
 QTEST_GUILESS_MAIN(XmppConnectionTest)

@@ -405,6 +405,9 @@ StreamEnd StropheStream::endOf(const xmpp_stream_error_t* error, bool wasOpen) c
     }
     if (wasOpen)
         return {StreamEnd::Lost, "The connection to the server is lost", false};
+    if (hasBlocked)
+        return {StreamEnd::Lost,
+                "The server does not answer while the encryption is being agreed on", false};
     switch (setback) {
     case LoginRefused:
         return {StreamEnd::Refused,
@@ -426,10 +429,7 @@ StreamEnd StropheStream::endOf(const xmpp_stream_error_t* error, bool wasOpen) c
     case TlsFailed:
         if (!certificateError.isEmpty())
             return {StreamEnd::Refused, certificateText(), false};
-        return {StreamEnd::Lost,
-                hasBlocked ? "The server does not answer while the encryption is being agreed on"
-                           : "The encryption could not be agreed on with the server",
-                false};
+        return {StreamEnd::Lost, "The encryption could not be agreed on with the server", false};
     case NoSetback:
         break;
     }
