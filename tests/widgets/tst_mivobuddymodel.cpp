@@ -278,6 +278,7 @@ void tst_MivoBuddyModel::toolTipsTakeNoNameForMarkUp()
 {
     MivoBuddyGroup group("<img src='x'> & Co");
     MivoBuddyModel model;
+    const CheckedModel checked(model);
     model.setGroups({group});
     QCOMPARE(model.index(0, 0).data(Qt::ToolTipRole).toString(),
              QString("<b>&lt;img src='x'&gt; &amp; Co</b>"));
@@ -292,6 +293,7 @@ void tst_MivoBuddyModel::screenReadersAreToldPresenceAndUnreadMessages()
     const CycleBreaker<MivoBuddyGroup> end(group);
     group.addBuddy(contact);
     MivoBuddyModel model;
+    const CheckedModel checked(model);
     model.setGroups({group});
     const QModelIndex index = model.indexes(contact).value(0);
     QCOMPARE(index.data(Qt::AccessibleTextRole).toString(), QString("ann"));
@@ -445,6 +447,7 @@ void tst_MivoBuddyModel::invalidGroupsAreNotShown()
 void tst_MivoBuddyModel::groupsAnswersWhatWasSet()
 {
     MivoBuddyModel model;
+    const CheckedModel checked(model);
     QVERIFY(model.groups().isEmpty());
     const QList<MivoBuddyGroup> groups = {MivoBuddyGroup("A"), MivoBuddyGroup("B")};
     model.setGroups(groups);
@@ -558,6 +561,7 @@ void tst_MivoBuddyModel::updateOfAContactReachesWhatShowsItsPresence()
 void tst_MivoBuddyModel::updateOfAStrangerDoesNothing()
 {
     MivoBuddyModel model;
+    const CheckedModel checked(model);
     model.setGroups({MivoBuddyGroup("A")});
     const Signals sent(model);
     model.update(makeContact("x"));
@@ -575,6 +579,7 @@ void tst_MivoBuddyModel::refreshWithoutAChangeSendsNothing()
     a.addBuddy(makeContact("x", &online));
     a.addBuddy(makeMerged({makeContact("y", &online)}));
     MivoBuddyModel model;
+    const CheckedModel checked(model);
     model.setGroups({a});
     const Signals sent(model);
     model.refresh();
@@ -759,6 +764,7 @@ void tst_MivoBuddyModel::goneRowsAreLetGoOf()
     MivoBuddyGroup a("A");
     const CycleBreaker<MivoBuddyGroup> end(a);
     MivoBuddyModel model;
+    const CheckedModel checked(model);
     {
         const MivoBuddyContact contact = makeContact(witness.name());
         a.addBuddy(contact);
@@ -798,6 +804,7 @@ void tst_MivoBuddyModel::dataDoesNotLookIntoTheEntry()
     const CycleBreaker<MivoBuddyGroup> end(a);
     a.addBuddy(contact);
     MivoBuddyModel model;
+    const CheckedModel checked(model);
     model.setGroups({a});
     const QStringList before = contents(model);
     // All of what is shown comes from a copy: the record and what it points at may change.
@@ -902,6 +909,7 @@ void tst_MivoBuddyModel::aModelThatGoesForgetsWhatWasToBeShown()
     const Witness witness("A");
     {
         MivoBuddyModel model;
+        const CheckedModel checked(model);
         Background other([&] { model.setGroups({MivoBuddyGroup(witness.name())}); });
         QVERIFY(other.ends());
     }

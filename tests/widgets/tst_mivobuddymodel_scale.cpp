@@ -81,7 +81,11 @@ qint64 allocationsOfRefresh(int groups)
     MivoBuddyModel model;
     model.setGroups(list.groups());
     list.groups().at(groups / 2).buddyAt(50).setUnreadMessages(1);
-    return allocationsOf([&] { model.refresh(); });
+    const qint64 made = allocationsOf([&] { model.refresh(); });
+    const CheckedModel checked(model); // allocates too
+    list.groups().at(groups / 2).buddyAt(51).setUnreadMessages(1);
+    model.refresh();
+    return made;
 }
 
 } // namespace
@@ -104,6 +108,7 @@ void tst_MivoBuddyModelScale::theWholeListIsShownByOneSignal()
 {
     const LargeList list(1000);
     MivoBuddyModel model;
+    const CheckedModel checked(model);
     QTreeView view;
     view.setModel(&model);
     const QSignalSpy inserted(&model, &QAbstractItemModel::rowsInserted);
@@ -120,6 +125,7 @@ void tst_MivoBuddyModelScale::aRefreshAfterOneChangeTellsOfOneRow()
 {
     const LargeList list(1000);
     MivoBuddyModel model;
+    const CheckedModel checked(model);
     model.setGroups(list.groups());
     const QSignalSpy changed(&model, &QAbstractItemModel::dataChanged);
     const QSignalSpy inserted(&model, &QAbstractItemModel::rowsInserted);
@@ -157,6 +163,11 @@ void tst_MivoBuddyModelScale::anUpdateTakesNoPassAtAll()
     contact.setUnreadMessages(1);
     const qint64 made = allocationsOf([&] { model.update(contact); });
     QVERIFY2(made < 50, qPrintable(QString::number(made)));
+    const CheckedModel checked(model); // allocates too
+    contact.setUnreadMessages(2);
+    model.update(contact);
+    contact.setUnreadMessages(1);
+    model.update(contact);
     QCOMPARE(model.indexes(contact).value(0).data(MivoBuddyModel::UnreadRole).toInt(), 1);
 }
 
@@ -164,6 +175,7 @@ void tst_MivoBuddyModelScale::movingAHalfOfAllIsOneChangeOfLayout()
 {
     const LargeList list(1000);
     MivoBuddyModel model;
+    const CheckedModel checked(model);
     model.setGroups(list.groups());
     const QSignalSpy layout(&model, &QAbstractItemModel::layoutChanged);
     const QSignalSpy inserted(&model, &QAbstractItemModel::rowsInserted);
@@ -185,6 +197,7 @@ void tst_MivoBuddyModelScale::aFilterShowsTheListSortedAndFollowsOneChange()
 {
     const LargeList list(1000);
     MivoBuddyModel model;
+    const CheckedModel checked(model);
     MivoBuddyFilterModel filter;
     filter.setSourceModel(&model);
     filter.setOfflineHidden(true);
