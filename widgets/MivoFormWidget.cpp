@@ -39,7 +39,11 @@ const int secretKind = 8;
 /** The same to the last bit: a NaN is like itself. */
 bool isAlike(double a, double b)
 {
-    return std::memcmp(&a, &b, sizeof a) == 0;
+    quint64 one = 0;
+    quint64 other = 0;
+    std::memcpy(&one, &a, sizeof one);
+    std::memcpy(&other, &b, sizeof other);
+    return one == other;
 }
 
 /** Whether the editor of the one can stay for the other: all that is shown of them is the same. */

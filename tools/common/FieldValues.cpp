@@ -4,8 +4,10 @@
 #include "Failure.h"
 #include "Files.h"
 
+#include <MivoSecret.h>
 #include <MivoXmlNode.h>
 
+#include <QSet>
 #include <QXmlStreamReader>
 
 namespace {
@@ -36,7 +38,25 @@ MivoXmlNode FieldValues::read(const QString& file)
     return root;
 }
 
-void FieldValues::write(const QString& file, const QList<MivoField>& fields)
+QVector<bool> FieldValues::firstsOfTheirIds(const QList<MivoField>& fields)
 {
-    Files::write(file, MivoField::toXml(fields).toXml());
+    QVector<bool> firsts;
+    QSet<QString> ids;
+    for (const MivoField& field : fields) {
+        const QString id = field.getId();
+        firsts.append(id.isEmpty() || !ids.contains(id));
+        ids.insert(id);
+    }
+    return firsts;
+}
+
+void FieldValues::write(const QString& file, const QList<MivoField>& fields, Secrets secrets)
+{
+    const QVector<bool> firsts = firstsOfTheirIds(fields);
+    QList<MivoField> kept;
+    for (int i = 0; i < fields.size(); ++i) {
+        if (firsts.at(i) && (secrets == WithSecrets || !mivoIsSecret(fields.at(i))))
+            kept.append(fields.at(i));
+    }
+    Files::write(file, MivoField::toXml(kept).toXml());
 }

@@ -14,7 +14,6 @@
 
 #include <QHash>
 #include <QLocale>
-#include <QSet>
 #include <QVector>
 
 #include <algorithm>
@@ -119,30 +118,6 @@ bool hasLongestText(const MivoField& field)
 {
     return MivoFieldPrivate::behaviourOf(field.getType()) == MivoField::LineEdit
         && field.getMaxTextLength() > 0;
-}
-
-/** For each field whether it is the first of its id, if it has one: the others are out of reach. */
-QVector<bool> firstsOfTheirIds(const QList<MivoField>& fields)
-{
-    QVector<bool> firsts;
-    QSet<QString> ids;
-    for (const MivoField& field : fields) {
-        const QString id = field.getId();
-        firsts.append(id.isEmpty() || !ids.contains(id));
-        ids.insert(id);
-    }
-    return firsts;
-}
-
-QList<MivoField> withoutLaterOnes(const QList<MivoField>& fields)
-{
-    const QVector<bool> firsts = firstsOfTheirIds(fields);
-    QList<MivoField> kept;
-    for (int i = 0; i < fields.size(); ++i) {
-        if (firsts.at(i))
-            kept.append(fields.at(i));
-    }
-    return kept;
 }
 
 /** The first field of that id; throws a Failure that names those of which @p fits is true. */
@@ -319,7 +294,7 @@ QString fieldText(const MivoField& field, int idWidth, bool isFirstOfItsId)
 
 void showForm(const MivoPlugin& plugin, const QList<MivoField>& fields)
 {
-    const QVector<bool> firsts = firstsOfTheirIds(fields);
+    const QVector<bool> firsts = FieldValues::firstsOfTheirIds(fields);
     int idWidth = 0;
     for (const MivoField& field : fields)
         idWidth = std::max(idWidth, std::min(int(field.getId().size()), widestIdColumn));
@@ -416,8 +391,7 @@ void runForm(const Arguments& arguments)
     }
     Console::requireWritten();
     if (arguments.has("--save"))
-        FieldValues::write(arguments.value("--save"),
-                           arguments.has("--with-secrets")
-                               ? withoutLaterOnes(fields)
-                               : mivoWithoutSecrets(withoutLaterOnes(fields)));
+        FieldValues::write(arguments.value("--save"), fields,
+                           arguments.has("--with-secrets") ? FieldValues::WithSecrets
+                                                           : FieldValues::WithoutSecrets);
 }

@@ -165,12 +165,16 @@ public:
     {
         int count = 0;
         isReading = true;
+        el_wset(editor, EL_PREP_TERM, 1); // before the prompt, so that no key comes too early
         const wchar_t* const text = el_wgets(editor, &count);
         isReading = false;
         if (failure != 0)
             refuseInput(failure);
-        if (!text || count <= 0)
+        if (!text || count <= 0) {
+            std::fputs("\n", stdout); // behind what stands in the line
+            std::fflush(stdout);
             return interruption() == 0 ? End : Interrupted;
+        }
         line = QString::fromWCharArray(text, count);
         while (line.endsWith('\n') || line.endsWith('\r'))
             line.chop(1);

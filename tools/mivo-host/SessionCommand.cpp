@@ -587,7 +587,7 @@ void Dialogue::quit(const Arguments&)
 
 QStringList Dialogue::proposalsFor(const QStringList& words) const
 {
-    const QString written = words.last();
+    const QString& written = words.last();
     QStringList possible;
     if (words.size() == 1) {
         for (const SessionCommand& command : all())

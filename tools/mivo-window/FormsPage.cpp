@@ -162,8 +162,9 @@ void FormTab::save()
 void FormTab::saveTo(const QString& file)
 {
     try {
-        const QList<MivoField> fields = form->fields();
-        FieldValues::write(file, withSecrets->isChecked() ? fields : mivoWithoutSecrets(fields));
+        FieldValues::write(file, form->fields(),
+                           withSecrets->isChecked() ? FieldValues::WithSecrets
+                                                    : FieldValues::WithoutSecrets);
     } catch (const Failure& failure) {
         Q_EMIT failed(failure.message());
     }
