@@ -121,6 +121,13 @@ step_cmake() {
     # The installed command loads the plug-in, in whose stamp it finds its own library and Qt.
     "$moved/bin/mivo-host" call "$work/consumer/greeter.so" greet string:world \
         | grep -F 'Hello, world!' || fail "the plug-in did not greet"
+    # The plug-in of the README.
+    rm -rf "$work/first_plugin"
+    cmake -G Ninja -S "$source_dir/tests/install/first" -B "$work/first_plugin" \
+        -DCMAKE_PREFIX_PATH="$moved"
+    cmake --build "$work/first_plugin"
+    "$moved/bin/mivo-host" call "$work/first_plugin/greeter.so" greet string:world \
+        | grep -Fx 'MivoArg(String: "Hello, world!")' || fail "the first plug-in did not greet"
     "$moved/bin/mivo-host" frames --seconds 1 --png "$work/frame.png" \
         | grep -F 'frames per second' || fail "the frames did not run"
     "$moved/bin/mivo-host" demo | grep -F 'all threads have ended' || fail "the demonstration failed"
