@@ -33,7 +33,8 @@ void catchSignal(int number)
     const int error = errno;
     caughtSignal = number;
     std::signal(number, SIG_DFL);
-    static_cast<void>(::write(signalPipe[1], "!", 1));
+    const ssize_t written = ::write(signalPipe[1], "!", 1); // a full pipe wakes the reader as well
+    static_cast<void>(written);
     errno = error;
 }
 
