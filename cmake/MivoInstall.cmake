@@ -128,3 +128,14 @@ install(CODE "
         DESTINATION \"\${CMAKE_INSTALL_PREFIX}/\${auto_load}\"
         RENAME \"$<TARGET_FILE_NAME:mivo_data>-gdb.py\")"
     COMPONENT data)
+
+# The source archive: cmake --build FOLDER --target package_source. What git ignores stays out.
+if(PROJECT_IS_TOP_LEVEL)
+    set(CPACK_VERBATIM_VARIABLES ON)
+    set(CPACK_GENERATOR TXZ)
+    set(CPACK_SOURCE_GENERATOR TXZ)
+    set(CPACK_SOURCE_PACKAGE_FILE_NAME "libmivo_data-${PROJECT_VERSION}")
+    string(REGEX REPLACE "([][+.*()^$?|\\])" "\\\\\\1" source_pattern "${PROJECT_SOURCE_DIR}")
+    set(CPACK_SOURCE_IGNORE_FILES "^${source_pattern}/(build|\\.git)(/|$)")
+    include(CPack)
+endif()
