@@ -1,24 +1,16 @@
 // Reads any bytes as XML, and what they hold into fields of every kind. Whatever stands there, a
 // field keeps its id, kind, label and group, and what was read is written and read back the same.
+#include "FuzzTarget.h"
+
 #include "MivoField.h"
 #include "MivoPluginAction.h"
 #include "MivoXmlNode.h"
 
-#include <cstdio>
-#include <cstdlib>
 #include <cstring>
 
 namespace {
 
 const int kindCount = 16;
-
-void require(bool condition, const char* claim)
-{
-    if (condition)
-        return;
-    std::fprintf(stderr, "does not hold: %s\n", claim);
-    std::abort();
-}
 
 MivoField fieldOfKind(int number, const QString& id)
 {
@@ -115,12 +107,14 @@ extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, size_t size)
 {
     const QByteArray xml(reinterpret_cast<const char*>(data), static_cast<int>(size));
     QString error;
-    const MivoXmlNode node = MivoXmlNode::parse(xml, &error);
+    MivoXmlNode node;
+    requireFewAllocations(size, 300, 4, [&] { node = MivoXmlNode::parse(xml, &error); });
     require(node.isNull() != error.isNull(), "a document or an error");
     if (node.isNull())
         return 0;
 
-    const QByteArray written = node.toXml();
+    QByteArray written;
+    requireFewAllocations(size, 100, 4, [&] { written = node.toXml(); });
     require(MivoXmlNode::parse(written).toXml() == written, "a document is read back");
     readIntoFields(node);
     readIntoList(node);
