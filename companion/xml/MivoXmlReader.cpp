@@ -85,6 +85,7 @@ private:
 
     void checkEncoding();
     void openElement();
+    void checkName(const QString& name);
     void addText();
     void keepBlanks();
     void closeElement();
@@ -178,12 +179,21 @@ void TreeReader::openElement()
     else
         levels.back().element->append(element);
     levels.push_back(Level{element, blanks.size(), false});
+    checkName(element->text);
     const QXmlStreamAttributes attributes = reader.attributes();
     element->attributes.reserve(static_cast<int>(attributes.size()));
     for (int i = 0; i < attributes.size(); ++i) {
-        element->attributes.set(shared(attributes.at(i).qualifiedName()),
-                                shared(attributes.at(i).value()));
+        const QString name = shared(attributes.at(i).qualifiedName());
+        checkName(name);
+        element->attributes.set(name, shared(attributes.at(i).value()));
     }
+}
+
+void TreeReader::checkName(const QString& name)
+{
+    // Behind its first character the reader lets a zero pass.
+    if (name.contains(QChar(0)))
+        reader.raiseError(QLatin1String("Invalid XML name"));
 }
 
 void TreeReader::addText()

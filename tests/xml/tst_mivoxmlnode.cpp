@@ -901,6 +901,12 @@ void tst_MivoXmlNode::refusesWithLineAndColumn_data()
     row("control character", "<a>\x01</a>",
         "line 1, column 4: Unexpected a character that XML cannot carry (in element \"a\")");
     row("zero", QByteArray("<a>\0</a>", 8), "line 1, column 4: ");
+    const auto withZero = [](QByteArray xml) { return xml.replace('0', '\0'); };
+    row("zero in an attribute's name", withZero("<a>\n<b m0n='1'/></a>"),
+        "line 2, column 12: Invalid XML name (in element \"b\")");
+    row("zero behind a prefix", withZero("<a x:m0n='1' xmlns:x='urn:x'/>"), "line 1, column ");
+    row("zero in an element's name", withZero("<a m='1'><b0c/></a>"), "line 1, column ");
+    row("zero behind an element's prefix", withZero("<x:b0c xmlns:x='urn:x'/>"), "line 1, column ");
     row("reference to zero", "<a>&#0;</a>",
         "line 1, column 7: Invalid character reference (in element \"a\")");
     row("reference to a surrogate", "<a>&#xD800;</a>",
