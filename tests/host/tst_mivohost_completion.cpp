@@ -19,7 +19,7 @@ QStringList proposedByBash(const QString& line, const QString& folder)
 QString shownByBash(const QString& keys, const QString& folder)
 {
     const QString script(
-        "cd \"$4\"; printf '%s\\n' \"PATH=${2%/*}:\\$PATH; source $1/mivo-host.bash\" >rc; "
+        "cd \"$4\"; printf 'PATH=%q:$PATH; source %q\\n' \"${2%/*}\" \"$1/mivo-host.bash\" >rc; "
         "printf '%s\\nexit\\n' \"$3\" | script -qec 'bash --noprofile --rcfile rc -i' /dev/null");
     const Outcome outcome
         = outcomeOf("bash", {"-c", script, "bash", COMPLETIONS, MIVO_HOST, keys, folder});
