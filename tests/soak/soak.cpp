@@ -359,7 +359,7 @@ void keep(const QString& what)
     }
 }
 
-/** What the first round has left behind may still be given back by later ones. */
+/** Later rounds may leave less than the first did, and never more. */
 bool isNoMore(const char* what, qint64 before, qint64 after)
 {
     if (after <= before)
