@@ -255,6 +255,7 @@ void tst_MivoBuddyMeta::clearingTakesOutAllMembersAndStaysInTheGroup()
     MivoBuddyGroup group("g");
     const CycleBreaker<MivoBuddyGroup> end(group);
     MivoBuddyMeta meta = group.addMeta("m");
+    const CycleBreaker<MivoBuddyMeta> endOfMeta(meta);
     MivoBuddyContact moved = makeContact("moved");
     const MivoBuddyContact contact = makeContact("a");
     const MivoBuddyMerged merged = makeMerged();
