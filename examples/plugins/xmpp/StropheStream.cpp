@@ -28,10 +28,10 @@ thread_local StropheStream* current = nullptr; // whose libstrophe is running
 /** A broken connection is told by the socket's error, not by a signal that ends the process. */
 void blockBrokenPipe()
 {
-    sigset_t signals;
-    sigemptyset(&signals);
-    sigaddset(&signals, SIGPIPE);
-    pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+    sigset_t blocked;
+    sigemptyset(&blocked);
+    sigaddset(&blocked, SIGPIPE);
+    pthread_sigmask(SIG_BLOCK, &blocked, nullptr);
 }
 
 int bytesIn(int socket)
